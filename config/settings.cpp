@@ -1,0 +1,157 @@
+#include "config/settings.h"
+
+#include "config/tagged_text.h"
+#include "diag/compose.h"
+#include "diag/log.h"
+#include "platform/profile.h"
+
+const std::array<SettingRow, SETTING_COUNT>& settingsTable()
+{
+    using enum SettingType;
+    static constexpr const char* OPERATION = "Operation";
+    static constexpr const char* EVENTS = "Events";
+    static constexpr const char* LOGGING = "Logging";
+    // clang-format off
+    static const std::array<SettingRow, SETTING_COUNT> table{{
+        {PayOutAmountPerTimeLimitAmount,  OPERATION, "PayOutAmountPerTimeLimitAmount",  Integer, 0,    {}},
+        {PayOutAmountPerTimeLimitSeconds, OPERATION, "PayOutAmountPerTimeLimitSeconds", Integer, 60,   {}},
+        {AskPayOutAmountLimit,            OPERATION, "AskPayOutAmountLimit",            Integer, 4900, {}},
+        {PayOutOkCheck,                   OPERATION, "PayOutOkCheck",                   Integer, 0,    {}},
+        {ChangeOkCheck,                   OPERATION, "ChangeOkCheck",                   Integer, 0,    {}},
+        {RegretOkCheck,                   OPERATION, "RegretOkCheck",                   Integer, 0,    {}},
+        {StatusOkTimeout,                 OPERATION, "StatusOkTimeout",                 Integer, 10,   {}},
+        {CurrencyDecimals,                OPERATION, "CurrencyDecimals",                Integer, 2,    {.number = &g_nCurrencyDecimals}},
+        {LegacySystem,                    OPERATION, "LegacySystem",                    Integer, 0,    {.number = &g_nLegacySystem}},
+        {AutoDisable,                     OPERATION, "AutoDisable",                     Integer, 0,    {.number = &g_nAutoDisable}},
+        {ForwardCallbackChangeOnly,       EVENTS,    "ForwardCallbackChangeOnly",       Integer, 1,    {.number = &g_nForwardCallbackChangeOnly}},
+        {LevelWarningFilter,              EVENTS,    "LevelWarningFilter",              Text,    0,    {.text = &g_strLevelWarningFilter}},
+        {LoggEveryCallback,               LOGGING,   "LoggEveryCallback",               Integer, 0,    {.number = &g_nLoggEveryCallback}},
+        {LoggSendEvents,                  LOGGING,   "LoggSendEvents",                  Integer, 1,    {.number = &g_nLoggSendEvents}},
+        {LogCRToCAPI,                     LOGGING,   "LogCRToCAPI",                     Boolean, 1,    {.flag = &g_bLogCRToCAPI}},
+        {LogCAPIToCR,                     LOGGING,   "LogCAPIToCR",                     Boolean, 1,    {.flag = &g_bLogCAPIToCR}},
+        {LogComToCAPI,                    LOGGING,   "LogComToCAPI",                    Boolean, 1,    {.flag = &g_bLogComToCAPI}},
+        {LogCAPIToCom,                    LOGGING,   "LogCAPIToCom",                    Boolean, 1,    {.flag = &g_bLogCAPIToCom}},
+        {LogDebug,                        LOGGING,   "LogDebug",                        Boolean, 1,    {.flag = &g_bLogDebug}},
+    }};
+    // clang-format on
+    return table;
+}
+
+CTLSettings::CTLSettings()
+{
+    for (const SettingRow& row : settingsTable())
+        at(row).current.number = row.defaultValue;
+}
+
+const CTLSettings::Value& CTLSettings::current(int number, SettingType type) const
+{
+    static const Value NONE;
+    if (number < 0 || number >= SETTING_COUNT)
+        return NONE;
+    const auto index = static_cast<std::size_t>(number);
+    return settingsTable()[index].type == type ? m_settings[index].current : NONE;
+}
+
+std::int32_t CTLSettings::getIntSetting(int number) const
+{
+    return current(number, SettingType::Integer).number;
+}
+
+bool CTLSettings::getBoolSetting(int number) const
+{
+    return current(number, SettingType::Boolean).number != 0;
+}
+
+std::string CTLSettings::getStringSetting(int number) const
+{
+    return current(number, SettingType::Text).text;
+}
+
+void CTLSettings::readFile(const std::string& path)
+{
+    for (const SettingRow& row : settingsTable()) {
+        Value& value = at(row).current;
+        bool absent = false;
+        if (row.type == SettingType::Text) {
+            value.text = platform::profileString(row.section, row.key, path);
+            absent = value.text.empty();
+        } else {
+            value.number = platform::profileInt(row.section, row.key, path);
+            absent = value.number == -1;
+            if (absent)
+                value.number = row.defaultValue;
+            else if (row.type == SettingType::Boolean)
+                value.number = value.number != 0;
+        }
+        refreshCopy(row);
+        const std::string shown = row.type == SettingType::Text ? value.text : std::to_string(value.number);
+        logNote(compose("CTLLogics::getIniFileSettings: ", row.key, ": ", shown,
+                        absent ? " (default value)" : " (from ini file)"));
+    }
+}
+
+void CTLSettings::refreshCopy(const SettingRow& row) const
+{
+    const Value& value = m_settings[static_cast<std::size_t>(row.number)].current;
+    if (row.copy.number != nullptr)
+        *row.copy.number = value.number;
+    if (row.copy.text != nullptr)
+        row.copy.text->set(value.text);
+    if (row.copy.flag != nullptr)
+        *row.copy.flag = value.number != 0;
+}
+
+void CTLSettings::NewSettings(const std::string& initSettings, std::int16_t durationType)
+{
+    m_nDurationType = durationType;
+    if (durationType == DURATION_PERMANENT) {
+        for (Setting& setting : m_settings)
+            setting.changed = false;
+    }
+    for (const SettingRow& row : settingsTable()) {
+        const std::string tag = compose(row.key, ":");
+        std::string errorText;
+        Value fresh;
+        std::string shown;
+        if (row.type == SettingType::Text) {
+            fresh.text = getSettingsTag(tag, initSettings, errorText);
+            if (fresh.text == SETTINGS_TAG_INVALID) {
+                logNote(compose("CTLSettings::NewSettings: Failed to get ", row.key,
+                                ", with error message: ", errorText));
+                continue;
+            }
+            shown = fresh.text;
+        } else {
+            fresh.number = getSettingsTagInt(tag, initSettings, errorText);
+            if (fresh.number < 0)
+                continue;
+            if (row.type == SettingType::Boolean)
+                fresh.number = fresh.number != 0;
+            shown = std::to_string(fresh.number);
+        }
+        Setting& setting = at(row);
+        setting.previous = setting.current;
+        setting.current = fresh;
+        setting.changed = true;
+        logNote(compose("CTLSettings::NewSettings: Setting new ", row.key, ": ", shown));
+    }
+}
+
+void CTLSettings::RestoreSettings()
+{
+    m_nDurationType = DURATION_PERMANENT;
+    for (const SettingRow& row : settingsTable()) {
+        Setting& setting = at(row);
+        if (!setting.changed)
+            continue;
+        setting.current = setting.previous;
+        // PayOutOkCheck clears the flag of RegretOkCheck instead of its own: tills in the field have
+        // come to rely on the one that is then not restored.
+        Setting& cleared =
+            row.number == PayOutOkCheck ? m_settings[static_cast<std::size_t>(RegretOkCheck)] : setting;
+        cleared.changed = false;
+        const std::string shown =
+            row.type == SettingType::Text ? setting.current.text : std::to_string(setting.current.number);
+        logNote(compose("CTLSettings::RestoreSettings: Restored ", row.key, ": ", shown));
+    }
+}

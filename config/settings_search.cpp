@@ -1,0 +1,85 @@
+// Where tllogics.ini is looked for.
+#include "config/settings.h"
+
+#include "diag/compose.h"
+#include "diag/log.h"
+#include "platform/files.h"
+#include "platform/modules.h"
+
+namespace {
+
+bool opens(const std::string& path)
+{
+    if (platform::canRead(path)) {
+        logNote(
+            compose("CTLLogics::getIniFileSettings: About to read settings from configuration file: ", path));
+        return true;
+    }
+    logNote(
+        compose("CTLLogics::getIniFileSettings: Settings file \"", path, "\" can't be opened for reading."));
+    return false;
+}
+
+} // namespace
+
+std::string findSettingsFile()
+{
+    static constexpr const char* NAME = "tllogics.ini";
+    const std::string separator = platform::pathSeparator();
+
+    const auto directory = platform::environmentVariable("TLCONFIG");
+    if (directory) {
+        logNote(compose("CTLLogics::getIniFileSettings: Read environment variable TLCONFIG: ", *directory));
+        const std::string first = compose(*directory, separator, NAME);
+        logNote(compose("CTLLogics::getIniFileSettings: First settings file location (the TLCONFIG "
+                        "environment variable directory): ",
+                        first));
+        if (opens(first))
+            return first;
+    } else {
+        logNote("CTLLogics::getIniFileSettings: Environment variable TLCONFIG is not defined");
+    }
+
+    const std::string second = compose(".", separator, NAME);
+    logNote(compose("CTLLogics::getIniFileSettings: Second settings file location (the application "
+                    "directory): ",
+                    second));
+    if (opens(second))
+        return second;
+
+    const std::string third = getRuntimePath() + NAME;
+    logNote(
+        compose("CTLLogics::getIniFileSettings: Third settings file location (the DLL directory): ", third));
+    if (opens(third))
+        return third;
+
+    std::string last = third;
+    if (const std::string windows = platform::windowsDirectory(); !windows.empty()) {
+        last = compose(windows, separator, NAME);
+        logNote(compose("CTLLogics::getIniFileSettings: Fourth settings file location (the Windows "
+                        "directory): ",
+                        last));
+        if (opens(last))
+            return last;
+    }
+
+    logNote("CTLLogics::getIniFileSettings: About to assign default settings since no configuration file "
+            "was found.");
+    return last;
+}
+
+std::string getRuntimePath()
+{
+    const std::string path = platform::ownModulePath(LIBRARY_FILE_NAME);
+    if (path.empty()) {
+        logError(compose("ctllogics.getRuntimePath: Failed to get full path for runtime module: ",
+                         LIBRARY_FILE_NAME));
+        return "";
+    }
+    std::size_t length = path.size();
+    while (length > 0 && !platform::isPathSeparator(path[length - 1]))
+        --length;
+    if (length == 0)
+        logError(compose("ctllogics.getRuntimePath: Failed to extract path part from: ", path));
+    return path.substr(0, length);
+}

@@ -1,0 +1,27 @@
+// A text that two threads read and write.
+#pragma once
+
+#include <mutex>
+#include <string>
+
+/// Its lock is held for one copy or comparison only.
+class SharedText {
+public:
+    void set(const std::string& text)
+    {
+        const std::lock_guard lock(m_lock);
+        m_text = text;
+    }
+
+    void clear() { set(""); }
+
+    std::string get() const
+    {
+        const std::lock_guard lock(m_lock);
+        return m_text;
+    }
+
+private:
+    mutable std::mutex m_lock;
+    std::string m_text;
+};

@@ -1,0 +1,48 @@
+// Composing of log lines and messages from texts and numbers.
+#pragma once
+
+#include <concepts>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <type_traits>
+
+inline void appendPiece(std::string& text, std::string_view piece)
+{
+    text += piece;
+}
+
+inline void appendPiece(std::string& text, char piece)
+{
+    text += piece;
+}
+
+template <std::integral Number>
+void appendPiece(std::string& text, Number piece)
+{
+    text += std::to_string(piece);
+}
+
+template <typename Enum>
+requires std::is_enum_v<Enum>
+void appendPiece(std::string& text, Enum piece)
+{
+    appendPiece(text, static_cast<std::underlying_type_t<Enum>>(piece));
+}
+
+/// The pieces one after the other, numbers in decimal.
+template <typename... Pieces>
+std::string compose(const Pieces&... pieces)
+{
+    std::string text;
+    (appendPiece(text, pieces), ...);
+    return text;
+}
+
+/// A decimal number, filled on its left with zeros to "width" and never cut. A sign stays where it is:
+/// -5 in width 4 is "00-5".
+inline std::string leftPadded(std::int64_t number, std::size_t width)
+{
+    const std::string digits = std::to_string(number);
+    return digits.size() < width ? std::string(width - digits.size(), '0') + digits : digits;
+}

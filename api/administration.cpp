@@ -1,0 +1,185 @@
+// Exports of the cash counts and of the work in administration mode.
+#include "api/frame.h"
+#include "api/records.h"
+
+#include "diag/log.h"
+#include "events/count_text.h"
+#include "logic/ctllogics.h"
+
+namespace {
+
+using CountOperation = std::int16_t (CTLLogics::*)(std::vector<CashCountRecord>& coins,
+                                                   std::vector<CashCountRecord>& notes, std::string& message);
+
+std::int16_t countCall(const char* name, CountOperation operation, const RecordList& coins,
+                       const RecordList& notes, char* message)
+{
+    return Call(name, compose(name, "(message)"), message).initiated().run([&](std::string& text) {
+        std::vector<CashCountRecord> coinRecords;
+        std::vector<CashCountRecord> noteRecords;
+        const std::int16_t result = (g_logic.*operation)(coinRecords, noteRecords, text);
+        if (result == TL_STATUS_OK) {
+            coins.handOut(coinRecords);
+            notes.handOut(noteRecords);
+        }
+        return result;
+    });
+}
+
+/// Where an array export puts what the device could not do.
+struct Rest {
+    RecordList coins;
+    RecordList notes;
+    std::uint32_t& amount;
+
+    void handOutNothing() const
+    {
+        amount = 0;
+        coins.handOut({});
+        notes.handOut({});
+    }
+};
+
+/// Only denomination and count mean anything here.
+std::vector<CashCountRecord> readRest(const std::string& list, std::uint32_t& amount)
+{
+    std::vector<CashCountRecord> records = readRecords(list);
+    for (CashCountRecord& record : records) {
+        record = {record.nDenomination, record.nCount, 0, 0};
+        amount +=
+            static_cast<std::uint32_t>(record.nDenomination) * static_cast<std::uint32_t>(record.nCount);
+    }
+    return records;
+}
+
+/// Reads a rest text back into arrays. "beforeCounts" and "afterCounts" are progress lines, if any.
+void handOutRest(std::string text, const Rest& rest, const char* beforeCounts = nullptr,
+                 const char* afterCounts = nullptr)
+{
+    logDebug(text);
+    if (text.size() <= 2)
+        return rest.handOutNothing();
+    if (text.back() == '.')
+        text.pop_back();
+    const std::vector<std::string> lists = split(text, ';');
+    if (beforeCounts != nullptr)
+        logDebug(beforeCounts);
+    rest.amount = 0;
+    const auto coins = readRest(lists.empty() ? "" : lists[0], rest.amount);
+    const auto notes = readRest(lists.size() < 2 ? "" : lists[1], rest.amount);
+    if (afterCounts != nullptr)
+        logDebug(afterCounts);
+    rest.coins.handOut(coins);
+    rest.notes.handOut(notes);
+}
+
+Call::Outcome withAmountRest(const std::uint32_t& amountRest)
+{
+    return [&amountRest](const std::string& text) { return compose("amountRest=", amountRest, ": ", text); };
+}
+
+} // namespace
+
+std::int16_t cashCountTL(CashCountRecord** coins, std::int32_t* nCoins, CashCountRecord** notes,
+                         std::int32_t* nNotes, char* message)
+{
+    return countCall("cashCountTL", &CTLLogics::cashCount, {coins, nCoins}, {notes, nNotes}, message);
+}
+
+std::int16_t completeCashCountTL(CashCountRecord** coins, std::int32_t* nCoins, CashCountRecord** notes,
+                                 std::int32_t* nNotes, char* message)
+{
+    return countCall("completeCashCountTL", &CTLLogics::completeCashCount, {coins, nCoins}, {notes, nNotes},
+                     message);
+}
+
+std::int16_t adminModeTL(std::int16_t adminModeType, char* message)
+{
+    // The entry line is headed by the parameter's name.
+    return Call("adminModeTL", compose("adminModeType(", adminModeType, ", message)"), message)
+        .initiated()
+        .run([&](std::string& text) { return g_logic.adminMode(adminModeType, text); });
+}
+
+std::int16_t endReplenishTL(const char* transactionId, char* message)
+{
+    const std::string id = textOf(transactionId);
+    return Call("endReplenishTL", compose("endReplenishTL(", id, "\", message)"), message)
+        .initiated()
+        .run([&](std::string& text) { return g_logic.endReplenish(id, text); });
+}
+
+std::int16_t unlockTL(std::uint32_t number, char* message)
+{
+    return Call("unlockTL", compose("unlockTL(", number, "\", message)"), message)
+        .initiated()
+        .run([&](std::string& text) { return g_logic.unlock(number, text); });
+}
+
+std::int16_t collectToCashFloatTL(std::int16_t type, CashCountRecord** coins, std::int32_t* nCoins,
+                                  CashCountRecord** notes, std::int32_t* nNotes, std::uint32_t* amountRest,
+                                  const char* transactionId, char* message)
+{
+    const std::string id = textOf(transactionId);
+    const OutVariable restAmount(amountRest);
+    const Rest rest{{coins, nCoins}, {notes, nNotes}, *restAmount};
+    return Call("collectToCashFloatTL",
+                compose("collectToCashFloatTL(", type, ",coinsArray,0,notesArray,0,0,\"", id, "\", message)"),
+                message)
+        .initiated()
+        .run([&](std::string& text) {
+            std::string coinsAndNotes;
+            const std::int16_t result = g_logic.collectToCashFloat(type, coinsAndNotes, id, text);
+            if (result == TL_STATUS_OK)
+                handOutRest(coinsAndNotes, rest);
+            else
+                rest.handOutNothing(); // unlike the other two, which tell what was left
+            return result;
+        });
+}
+
+std::int16_t purgeTL(std::uint32_t number, CashCountRecord** coins, std::int32_t* nCoins,
+                     CashCountRecord** notes, std::int32_t* nNotes, std::uint32_t* amountRest,
+                     const char* transactionId, char* message)
+{
+    const std::string id = textOf(transactionId);
+    const OutVariable restAmount(amountRest);
+    const Rest rest{{coins, nCoins}, {notes, nNotes}, *restAmount};
+    return Call("purgeTL", compose("purgeTL(", number, ",coinsArray,0,notesArray,0,0,\"", id, "\", message)"),
+                message)
+        .initiated()
+        .run(
+            [&](std::string& text) {
+                std::string coinsAndNotes;
+                const std::int16_t result = g_logic.purge(number, coinsAndNotes, id, text);
+                handOutRest(coinsAndNotes, rest, "3", "4");
+                return result;
+            },
+            withAmountRest(*restAmount));
+}
+
+std::int16_t dispenseSpecifiedTL(std::int16_t type, CashCountRecord** coins, std::int32_t* nCoins,
+                                 CashCountRecord** notes, std::int32_t* nNotes, std::uint32_t* amountRest,
+                                 const char* transactionId, char* message)
+{
+    const std::string id = textOf(transactionId);
+    const OutVariable restAmount(amountRest);
+    const Rest rest{{coins, nCoins}, {notes, nNotes}, *restAmount};
+    // The type is printed three times, and its results go by the name without the suffix.
+    return Call("dispenseSpecified",
+                compose("dispenseSpecifiedTL(", type, ",coinsArray,", type, ",notesArray,", type, ",0,\"", id,
+                        "\", message)"),
+                message)
+        .initiated()
+        .run(
+            [&](std::string& text) {
+                const std::vector<CashCountRecord> coinRecords = rest.coins.given();
+                const std::vector<CashCountRecord> noteRecords = rest.notes.given();
+                std::string coinsAndNotes = compose(listOf(coinRecords), ";", listOf(noteRecords), ".");
+                const std::int16_t result = g_logic.dispenseSpecified(
+                    type, coinsAndNotes, amountOf(coinRecords, noteRecords), id, text);
+                handOutRest(coinsAndNotes, rest);
+                return result;
+            },
+            withAmountRest(*restAmount));
+}

@@ -1,0 +1,141 @@
+// Exports that bring the library up and down: registration of events, initTL, exitTL.
+#include "api/frame.h"
+
+#include "config/tagged_text.h"
+#include "diag/language.h"
+#include "diag/log.h"
+#include "logic/ctllogics.h"
+#include "logic/shared_state.h"
+
+namespace {
+
+/// What a port type other than RS232 gets: a line of its own, and the outcome.
+std::int16_t refusePortType(const std::string& type, const std::string& readerError, std::string& message)
+{
+    const auto refuse = [&](std::int16_t status, const std::string& line, const char* key) {
+        logLine(compose("initTL: Failed! Returning ", status, line, readerError), LOG_FAILURE, LOG_FILE_API);
+        message = lookupText(key);
+        return status;
+    };
+    if (type == "USB")
+        return refuse(TL_STATUS_ERROR, " (TL_STATUS_ERROR): Port type not implemented (PORT_TYPE_USB): ",
+                      "Port type not implemented");
+    if (type != "CAN")
+        return refuse(TL_STATUS_INPUT_PARAM_ERROR,
+                      compose(" (TL_STATUS_INPUT_PARAM_ERROR): portSettings invalid (", type, ")"),
+                      "portSettings invalid");
+    return refuse(TL_STATUS_ERROR, " (TL_STATUS_ERROR): Port type not implemented (PORT_TYPE_CAN): ",
+                  "Port type not implemented");
+}
+
+} // namespace
+
+std::int16_t initTL(const char* portSettings, const char* initSettings, char* message)
+{
+    const std::string port = textOf(portSettings);
+    const std::string settings = textOf(initSettings);
+    Call call("initTL", compose("initTL(", port, ", ", settings, ", message)"), message);
+    if (call.accepted() && port.empty()) {
+        logLineTwice("initTL: Failed! Returning 4 (TL_STATUS_INPUT_PARAM_ERROR): portSettings is empty",
+                     LOG_FAILURE, LOG_FILE_API, LOG_FILE_ERROR);
+        handOut(lookupText("portSettings is empty"), message);
+        return TL_STATUS_INPUT_PARAM_ERROR;
+    }
+    if (call.accepted() && g_bInitiated) {
+        logLineTwice("initTL: Warning! Returning 3 (TL_STATUS_WARNING): Already initiated", LOG_ERROR,
+                     LOG_FILE_API, LOG_FILE_ERROR);
+        handOut(lookupText("Already initiated"), message);
+        return TL_STATUS_WARNING;
+    }
+    return call.run([&](std::string& text) {
+        std::string readerError;
+        const std::string type = getSettingsTag("Type:", port, readerError);
+        if (type != "RS232")
+            return refusePortType(type, readerError, text);
+        const std::int16_t result = g_logic.init(port, settings, text);
+        if (result == TL_STATUS_OK)
+            g_bInitiated = true;
+        return result;
+    });
+}
+
+std::int16_t exitTL(char* message)
+{
+    return Call("exitTL", "exitTL(message)", message).initiated().run([](std::string& text) {
+        const std::int16_t result = g_logic.exit(text);
+        if (result == TL_STATUS_OK)
+            g_bInitiated = false;
+        return result;
+    });
+}
+
+std::int16_t registerEventsTL(TLStatusEvent statusEvent, TLErrorEvent errorEvent,
+                              TLCashLevelEvent cashLevelEvent, char* message)
+{
+    return Call("registerEventsTL",
+                registrationText("registerEventsTL", statusEvent, errorEvent, cashLevelEvent), message)
+        .run([&](std::string& text) {
+            return g_logic.registerEvents(statusEvent, errorEvent, cashLevelEvent, text);
+        });
+}
+
+std::int16_t registerEvents2TL(TLStatusEvent statusEvent, TLErrorEvent errorEvent,
+                               TLCashLevelEvent cashLevelEvent, TLCashSessionEvent cashSessionEvent,
+                               char* message)
+{
+    return Call("registerEvents2TL",
+                registrationText("registerEvents2TL", statusEvent, errorEvent, cashLevelEvent,
+                                 cashSessionEvent),
+                message)
+        .run([&](std::string& text) {
+            return g_logic.registerEvents2(statusEvent, errorEvent, cashLevelEvent, cashSessionEvent, text);
+        });
+}
+
+std::int16_t registerEvents3TL(TLStatusEvent statusEvent, TLErrorEvent errorEvent,
+                               TLLevelWarningEvent levelWarningEvent, TLCashSessionEvent cashSessionEvent,
+                               char* message)
+{
+    return Call("registerEvents3TL",
+                registrationText("registerEvents3TL", statusEvent, errorEvent, levelWarningEvent,
+                                 cashSessionEvent),
+                message)
+        .run([&](std::string& text) {
+            return g_logic.registerEvents3(statusEvent, errorEvent, levelWarningEvent, cashSessionEvent,
+                                           text);
+        });
+}
+
+std::int16_t registerEvents4TL(TLStatusEvent statusEvent, TLErrorEvent errorEvent,
+                               TLLevelWarningEvent levelWarningEvent, TLInformationEvent informationEvent,
+                               TLCashSessionEvent cashSessionEvent, char* message)
+{
+    return Call("registerEvents4TL",
+                registrationText("registerEvents4TL", statusEvent, errorEvent, levelWarningEvent,
+                                 informationEvent, cashSessionEvent),
+                message)
+        .run([&](std::string& text) {
+            return g_logic.registerEvents4(statusEvent, errorEvent, levelWarningEvent, informationEvent,
+                                           cashSessionEvent, text);
+        });
+}
+
+std::int16_t registerEvents23TL(TLStatusEvent statusEvent, TLErrorEvent errorEvent,
+                                TLCashLevelEvent cashLevelEvent, TLLevelWarningEvent levelWarningEvent,
+                                TLCashSessionEvent cashSessionEvent, char* message)
+{
+    return Call("registerEvents23TL",
+                registrationText("registerEvents23TL", statusEvent, errorEvent, cashLevelEvent,
+                                 levelWarningEvent, cashSessionEvent),
+                message)
+        .run([&](std::string& text) {
+            return g_logic.registerEvents23(statusEvent, errorEvent, cashLevelEvent, levelWarningEvent,
+                                            cashSessionEvent, text);
+        });
+}
+
+std::int16_t registerHwndTL(TLWindowHandle hwndMessageTo, char* message)
+{
+    return Call("registerHwndTL", "registerHwndTL(hwndMessageTo, message) called from ActiveX API", message)
+        .run([&](std::string& text) { return g_logic.registerHwnd(hwndMessageTo, text); });
+}

@@ -1,0 +1,134 @@
+// Exports of the money operations.
+#include "api/frame.h"
+
+#include "logic/ctllogics.h"
+
+namespace {
+
+/// The operation of an export that has no other parameters.
+using PlainOperation = std::int16_t (CTLLogics::*)(std::string& message);
+
+std::int16_t plainCall(const char* name, PlainOperation operation, char* message)
+{
+    return Call(name, compose(name, "(message)"), message).initiated().run([&](std::string& text) {
+        return (g_logic.*operation)(text);
+    });
+}
+
+Call::Outcome withRest(const std::int32_t& amountRest)
+{
+    return [&amountRest](const std::string& text) { return compose("amountRest=", amountRest, ": ", text); };
+}
+
+} // namespace
+
+std::int16_t enablePayinTL(char* message)
+{
+    return plainCall("enablePayinTL", &CTLLogics::enablePayin, message);
+}
+
+std::int16_t disablePayinTL(char* message)
+{
+    return plainCall("disablePayinTL", &CTLLogics::disablePayin, message);
+}
+
+std::int16_t depositTL(const char* transactionId, char* message)
+{
+    const std::string id = textOf(transactionId);
+    return Call("depositTL", compose("depositTL(\"", id, "\", message)"), message)
+        .initiated()
+        .run([&](std::string& text) { return g_logic.deposit(id, text); });
+}
+
+std::int16_t dispenseTL(std::int32_t amountDispense, const char* transactionId, std::int32_t* amountRest,
+                        char* message)
+{
+    const std::string id = textOf(transactionId);
+    const OutVariable rest(amountRest);
+    return Call("dispenseTL", compose("dispenseTL(", amountDispense, ", \"", id, "\", amountRest, message)"),
+                message)
+        .initiated()
+        .run([&](std::string& text) { return g_logic.dispense(amountDispense, id, *rest, text); },
+             withRest(*rest)); // the rest is not told on success
+}
+
+std::int16_t askPayoutTL(std::int32_t amount, char* message)
+{
+    return Call("askPayoutTL", compose("askPayoutTL(", amount, ", message)"), message)
+        .initiated()
+        .run([&](std::string& text) { return g_logic.askPayout(amount, text); });
+}
+
+std::int16_t askPayout2TL(std::int32_t amount, std::int32_t* amountRest, char* message)
+{
+    const OutVariable rest(amountRest);
+    return Call("askPayout2TL", compose("askPayout2TL(", amount, ", amountRest, message)"), message)
+        .required("amountRest", amountRest)
+        .initiated()
+        .run([&](std::string& text) { return g_logic.askPayout(amount, *rest, text); }, withRest(*rest),
+             withRest(*rest));
+}
+
+std::int16_t informTotalAmountTL(std::int32_t amountTotal, char* message)
+{
+    return Call("informTotalAmountTL", compose("informTotalAmountTL(", amountTotal, ", message)"), message)
+        .initiated()
+        .run([&](std::string& text) { return g_logic.informTotalAmount(amountTotal, text); });
+}
+
+std::int16_t payoutTL(std::int32_t amountDispense, std::int32_t amountDeposit, const char* transactionId,
+                      char* message)
+{
+    const std::string id = textOf(transactionId);
+    return Call("payoutTL",
+                compose("payoutTL(", amountDispense, ", ", amountDeposit, ", \"", id, "\", message)"),
+                message)
+        .initiated()
+        .run([&](std::string& text) { return g_logic.payout(amountDispense, amountDeposit, id, text); });
+}
+
+std::int16_t payout2TL(std::int32_t amountDispense, std::int32_t amountDeposit, const char* transactionId,
+                       std::int32_t* amountRest, char* message)
+{
+    const std::string id = textOf(transactionId);
+    const OutVariable rest(amountRest);
+    return Call("payout2TL",
+                compose("payout2TL(", amountDispense, ", ", amountDeposit, ", \"", id,
+                        "\", amountRest, message)"),
+                message)
+        .required("amountRest", amountRest)
+        .initiated()
+        .run(
+            [&](std::string& text) { return g_logic.payout(amountDispense, amountDeposit, id, *rest, text); },
+            withRest(*rest), withRest(*rest));
+}
+
+std::int16_t amountDueTL(std::int32_t amountDue, const char* transactionId, std::int32_t* amountRest,
+                         char* message)
+{
+    const std::string id = textOf(transactionId);
+    const OutVariable rest(amountRest);
+    return Call("amountDueTL", compose("amountDueTL(", amountDue, ", \"", id, "\", amountRest, message)"),
+                message)
+        .required("amountRest", amountRest)
+        .initiated()
+        .run([&](std::string& text) { return g_logic.amountDue(amountDue, id, *rest, text); },
+             withRest(*rest), withRest(*rest));
+}
+
+std::int16_t changeTL(char* message)
+{
+    return plainCall("changeTL", &CTLLogics::change, message);
+}
+
+std::int16_t regretTL(std::int16_t regretType, char* message)
+{
+    return Call("regretTL", compose("regretTL(", regretType, ", message)"), message)
+        .initiated()
+        .run([&](std::string& text) { return g_logic.regret(regretType, text); });
+}
+
+std::int16_t resetTL(char* message)
+{
+    return plainCall("resetTL", &CTLLogics::reset, message);
+}

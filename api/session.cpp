@@ -1,0 +1,90 @@
+// Exports that open and close a session, and tell what is known of the device.
+#include "api/frame.h"
+
+#include "diag/log.h"
+#include "logic/ctllogics.h"
+#include "platform/clock.h"
+
+namespace {
+
+void logDate(const char* name)
+{
+    const std::tm now = platform::localTime().calendar;
+    logLine(compose(name, ", date: ", leftPadded(now.tm_year + 1900, 4), "-", leftPadded(now.tm_mon + 1, 2),
+                    "-", leftPadded(now.tm_mday, 2)),
+            LOG_DEBUG, LOG_FILE_API);
+}
+
+} // namespace
+
+std::int16_t isOpenTL(std::uint32_t* open, char* message)
+{
+    const auto opened = [open](const std::string& text) { return compose("open=", *open, ": ", text); };
+    return Call("isOpenTL", "isOpenTL(open, message)", message)
+        .required("open", open)
+        .initiated([open] {
+            *open = 0;
+            return std::string("open=0: ");
+        })
+        .run([&](std::string& text) { return g_logic.isOpen(*open, text); }, opened, opened);
+}
+
+std::int16_t infoTL(std::uint32_t* level, char* commands, char* master, char* info, char* message)
+{
+    const auto levelTold = [level](const std::string& text) { return compose("level=", *level, ": ", text); };
+    return Call("infoTL", "infoTL(level, commands, master, info, message)", message)
+        .required("level", level)
+        .required("commands", commands)
+        .required("master", master)
+        .required("info", info)
+        .initiated([&] {
+            *level = 0;
+            for (char* const text : {commands, master, info})
+                handOut("", text);
+            return std::string("level=0: ");
+        })
+        .run(
+            [&](std::string& text) {
+                std::string commandLetters;
+                std::string masterVersion;
+                std::string version;
+                const std::int16_t result =
+                    g_logic.info(*level, commandLetters, masterVersion, version, text);
+                if (result == TL_STATUS_OK) {
+                    handOut(commandLetters, commands);
+                    handOut(masterVersion, master);
+                    handOut(version, info);
+                }
+                return result;
+            },
+            levelTold, levelTold);
+}
+
+std::int16_t loginTL(std::int16_t loginNumber, std::int16_t loginDigits, char* message)
+{
+    return Call("loginTL", compose("loginTL(", loginNumber, ", ", loginDigits, ", message)"), message)
+        .initiated()
+        .run([&](std::string& text) {
+            logDate("loginTL");
+            return g_logic.login(loginNumber, std::to_string(loginDigits), text);
+        });
+}
+
+std::int16_t loginStrTL(const char* loginNumberText, const char* loginText, char* message)
+{
+    const std::string number = textOf(loginNumberText);
+    const std::string digits = textOf(loginText);
+    return Call("loginStrTL", compose("loginStrTL(", number, ", ", digits, ", message)"), message)
+        .initiated()
+        .run([&](std::string& text) {
+            logDate("loginStrTL");
+            return g_logic.login(number, digits, text);
+        });
+}
+
+std::int16_t logoutTL(char* message)
+{
+    return Call("logoutTL", "logoutTL(message)", message).initiated().run([](std::string& text) {
+        return g_logic.logout(text);
+    });
+}

@@ -1,0 +1,34 @@
+// How the communication library's answer to a command reads.
+#pragma once
+
+#include "api/tllogics.h"
+
+#include <cstdint>
+#include <string>
+
+struct AnswerMeaning {
+    const char* key;
+    std::int16_t status;
+};
+
+/// By the third character; the first two repeat the command.
+inline AnswerMeaning meaningOf(const std::string& answer)
+{
+    switch (answer.size() > 2 ? answer[2] : '\0') {
+    case '0':
+        return {"Done", TL_STATUS_OK};
+    case '1':
+        return {"Busy", TL_STATUS_BUSY};
+    case '2':
+        return {"Error", TL_STATUS_ERROR};
+    case '3':
+        return {"Closed", TL_STATUS_CLOSED};
+    default:
+        return {"Send failed", TL_STATUS_SEND_FAILED};
+    }
+}
+
+inline char upperCaseOf(char letter)
+{
+    return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
+}

@@ -1,0 +1,286 @@
+// What a device message does to the shared state, and which event goes out for it. The order of the writes
+// is part of what the waiting operations rely on.
+#include "events/decoder.h"
+
+#include "api/tllogics.h"
+#include "config/numbers.h"
+#include "config/settings.h"
+#include "device/commands.h"
+#include "diag/compose.h"
+#include "diag/log.h"
+#include "events/count_text.h"
+#include "events/senders.h"
+#include "logic/shared_state.h"
+
+#include <algorithm>
+
+namespace {
+
+// The text of an "x" message.
+constexpr std::size_t MASTER_MAJOR_AT = 17;
+constexpr std::size_t MASTER_MINOR_AT = 19;
+constexpr std::size_t COMMANDS_AT = 21;
+
+constexpr std::int32_t INFORMATION_KIND = 3;
+
+bool isLetter(char character)
+{
+    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
+}
+
+bool isDigit(char character)
+{
+    return character >= '0' && character <= '9';
+}
+
+/// Tells the log of a message that could not be read, and every waiting operation of an error.
+void failMessage(const std::string& raw, const char* line)
+{
+    g_nLastCallbackStatus = DEVICE_ERROR;
+    g_sLastDeviceMessage.set(raw);
+    logError(line);
+    logError(raw);
+}
+
+bool isOpen(const DeviceMessage& message)
+{
+    return (message.nStatus == DEVICE_READY || message.nStatus == DEVICE_READY_PAYIN_DISABLED) &&
+           message.nMode == MODE_OPEN;
+}
+
+/// True if this "a" may move the logic's state.
+bool mayMoveState(bool loggedOut)
+{
+    if (loggedOut)
+        return true;
+    const char last = g_nLastCommand;
+    return g_nLastCallbackStatus == DEVICE_ERROR && (last == COMMAND_LOGIN || last == COMMAND_RESET);
+}
+
+void stepOfA(DeviceMessage& message)
+{
+    const bool open = isOpen(message);
+    g_bDeviceOpen = open;
+    const bool loggedOut = g_TLState == STATE_LOGGED_OUT;
+    if (loggedOut && message.nMode == MODE_NOT_OPENED)
+        message.nMode = MODE_CLOSED; // stored and forwarded so
+    if (mayMoveState(loggedOut) && open) {
+        if (message.nStatus == DEVICE_READY)
+            g_TLState = STATE_PAYIN_ENABLED;
+        else if (message.nStatus == DEVICE_READY_PAYIN_DISABLED)
+            g_TLState = STATE_PAYIN_DISABLED;
+        else
+            logDebug(compose("ctllogics.callbackfunc(A): Unexpected callback status == ", message.nStatus,
+                             ", not changing g_TLState"));
+    }
+    g_nAmountPaidIn = message.amountOrRest;
+    g_nLastCallbackStatus = message.nStatus;
+    g_nLastCallbackMode = message.nMode;
+
+    std::int32_t warning = g_nCurrentLowLevelWarningState;
+    if (message.nStatus == DEVICE_READY &&
+        (warning == LOW_LEVEL_WARNING_FALSE_PENDING || warning == LOW_LEVEL_WARNING_TRUE_PENDING)) {
+        logDebug(compose("ctllogics.callbackfunc(A): Updating g_nCurrentLowLevelWarningState: ", warning,
+                         " - > ", LOW_LEVEL_WARNING_FALSE, " (LOW_LEVEL_WARNING_FALSE)"));
+        g_nCurrentLowLevelWarningState.compare_exchange_strong(warning, LOW_LEVEL_WARNING_FALSE);
+    }
+}
+
+/// True if amount, status or mode changed.
+bool stepOfB(const DeviceMessage& message)
+{
+    g_bDeviceOpen = isOpen(message);
+    if (message.amountOrRest == g_nAmountPaidIn && message.nStatus == g_nLastCallbackStatus &&
+        message.nMode == g_nLastCallbackMode)
+        return false;
+    g_nAmountPaidIn = message.amountOrRest;
+    g_nLastCallbackStatus = message.nStatus;
+    g_nLastCallbackMode = message.nMode;
+    return true;
+}
+
+void stepOfC(const DeviceMessage& message)
+{
+    g_bDeviceOpen = isOpen(message);
+    g_nAskPayoutRest = message.amountOrRest;
+    g_nLastCallbackStatus = message.nStatus;
+    g_nLastCallbackMode = message.nMode;
+}
+
+void stepOfX(const DeviceMessage& message)
+{
+    g_nApiVersionKind = 0; // the "v" answer tells it again
+    const std::string& text = message.strMessage;
+    if (text.size() < COMMANDS_AT)
+        return;
+    g_sMasterVersion.set(compose(text.substr(MASTER_MAJOR_AT, 2), ".", text.substr(MASTER_MINOR_AT, 2)));
+    std::string commands = text.substr(COMMANDS_AT);
+    commands.erase(std::remove_if(commands.begin(), commands.end(), isDigit), commands.end());
+    g_sSupportedCommands.set(commands);
+}
+
+void stepOfV(const DeviceMessage& message)
+{
+    const std::string& text = message.strMessage;
+    if (text.size() < 3)
+        return;
+    g_nApiVersionKind = leadingNumber(text.substr(0, 1));
+    const std::int32_t length = leadingNumber(text.substr(1, 2));
+    g_sApiVersion.set(text.substr(3, static_cast<std::size_t>(std::max(length, 0))));
+}
+
+/// False if the count could not be read.
+bool stepOfJ(const std::string& raw)
+{
+    logDebug(compose("ctllogics.callbackfunc: J command=", raw));
+    std::string parts = g_sCountParts.get();
+    if (raw.back() == '~') {
+        parts += raw.substr(1, raw.size() - 2);
+        g_sCountParts.set(parts);
+        logDebug(compose("this is part=", parts));
+        return true;
+    }
+    parts += raw.substr(1);
+    logDebug(compose("it is the end of message =", parts));
+    const std::int16_t result = formatCashCountResult(parts, g_cashCountResult);
+    logDebug("received global coins and notes");
+    g_sCountParts.clear();
+    if (result != TL_STATUS_OK) {
+        failMessage(raw, "ctllogics.callbackfunc: Error in format of received j message");
+        return false;
+    }
+    g_sLastCallbackType.set("j-all");
+    return true;
+}
+
+void stepOfE(const std::string& raw)
+{
+    logDebug(compose("ctllogics.callbackfunc: E command=", raw));
+    std::string parts = g_sEParts.get();
+    if (!parts.empty())
+        parts += '|';
+    parts += raw;
+    g_sEParts.set(parts);
+    if (raw.size() >= 3 && raw[raw.size() - 3] == '~') {
+        logDebug(compose("this is e message part=", parts));
+        return;
+    }
+    logDebug(compose("it is the end of message =", parts));
+    logDebug("received global coins and notes"); // the words of a count, here too
+    g_sCountParts.clear();
+    g_sLastCallbackType.set("e-all");
+}
+
+void stepOfUnknown(const std::string& raw, DeviceMessage& message)
+{
+    g_nLastCallbackStatus = DEVICE_ERROR;
+    g_nLastCallbackMode = message.nMode;
+    message.strMessage = compose("ctllogics.callbackfunc(?): Unknown command=", message.strCmd);
+    logError(raw); // the message itself says more than the line composed
+}
+
+/// False if the message goes no further because nothing changed.
+bool logRawMessage(const std::string& raw)
+{
+    if (raw != g_sLastDeviceMessage.get()) {
+        logLine(raw, LOG_DEVICE_IN, LOG_FILE_LOGIC);
+        g_sLastDeviceMessage.set(raw);
+        return true;
+    }
+    if (g_nLoggEveryCallback == 1)
+        logLine(raw, LOG_DEVICE_IN, LOG_FILE_LOGIC);
+    return g_nForwardCallbackChangeOnly != 1;
+}
+
+/// The event of a "b" depends on what its text is about.
+void forwardB(const DeviceMessage& message, std::int32_t previousStatus)
+{
+    const std::int32_t code = message.nMessageKind == 0 ? 0 : message.nMessageCode;
+    if (message.nStatus == DEVICE_ERROR && previousStatus != DEVICE_ERROR)
+        sendErrorEvent(message.strMessage, code);
+    else if (message.nMessageKind == INFORMATION_KIND)
+        sendInformationEvent(message.strMessage, message.nMessageCode);
+    else if (!message.strMessage.empty() && isLetter(message.strMessage.front()))
+        sendCashSessionEvent(message.strMessage);
+    else
+        sendCashLevelEvent(message.strMessage, code);
+}
+
+void forward(const std::string& raw, const DeviceMessage& message, std::int32_t previousStatus)
+{
+    if (!logRawMessage(raw))
+        return;
+    switch (message.strCmd.front()) {
+    case 'a':
+        if (!g_bSendingPayCommand)
+            sendStatusEvent(message.amountOrRest, message.nStatus, message.nMode);
+        break;
+    case 'b':
+        forwardB(message, previousStatus);
+        break;
+    case 'c':
+        if (message.nStatus == DEVICE_BUSY) {
+            g_nAmountPaidIn = message.amountOrRest;
+            sendStatusEvent(message.amountOrRest, message.nStatus, message.nMode);
+        }
+        break;
+    default:
+        break;
+    }
+}
+
+/// Writes what the message says into the shared state. False if it goes no further.
+bool takeIn(const std::string& raw, DeviceMessage& message)
+{
+    // The name first, then the fields; waits see the name with the last of them.
+    g_sLastCallbackType.begin(message.strCmd);
+    bool changedHead = false;
+    bool goesOn = true;
+    switch (message.strCmd.front()) {
+    case 'a':
+        stepOfA(message);
+        break;
+    case 'b':
+        changedHead = stepOfB(message);
+        break;
+    case 'c':
+        stepOfC(message);
+        break;
+    case 'x':
+        stepOfX(message);
+        break;
+    case 'v':
+        stepOfV(message);
+        break;
+    case 'j':
+        goesOn = stepOfJ(raw);
+        break;
+    case 'e':
+        stepOfE(raw);
+        break;
+    default:
+        stepOfUnknown(raw, message);
+        break;
+    }
+    g_sLastCallbackType.publish();
+    if (changedHead)
+        sendStatusEvent(message.amountOrRest, message.nStatus, message.nMode);
+    return goesOn;
+}
+
+} // namespace
+
+int callbackfunc(const char* message)
+{
+    const std::string raw = message == nullptr ? "" : message;
+    const std::int32_t previousStatus = g_nLastCallbackStatus;
+    if (g_nLoggSendEvents != 0 && g_nLoggEveryCallback == 1)
+        logDebug(compose("ctllogics.callbackfunc: Started with message = ", raw));
+
+    DeviceMessage fields;
+    if (formatCallbackArg(raw, fields) != TL_STATUS_OK)
+        failMessage(raw, "ctllogics.callbackfunc: Error in format of received callback");
+    else if (takeIn(raw, fields))
+        forward(raw, fields, previousStatus);
+    return 1;
+}

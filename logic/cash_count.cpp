@@ -1,0 +1,61 @@
+// Counting what the device holds, denomination by denomination.
+#include "logic/ctllogics.h"
+
+#include "device/commands.h"
+#include "device/ostrivane.h"
+#include "diag/compose.h"
+#include "diag/language.h"
+#include "diag/log.h"
+#include "logic/operation.h"
+
+namespace {
+
+constexpr std::int64_t COUNT_TIMEOUT = 10000;
+
+} // namespace
+
+std::int16_t CTLLogics::cashCount(std::vector<CashCountRecord>& coins, std::vector<CashCountRecord>& notes,
+                                  std::string& message)
+{
+    const Operation op(*this, "cashCount", message);
+    return count(op, "cashCount", COMMAND_CASH_COUNT, &COstrivane::cashCount, coins, notes, message);
+}
+
+std::int16_t CTLLogics::completeCashCount(std::vector<CashCountRecord>& coins,
+                                          std::vector<CashCountRecord>& notes, std::string& message)
+{
+    const Operation op(*this, "completeCashCount", message);
+    return count(op, "completeCashCount", COMMAND_COMPLETE_CASH_COUNT, &COstrivane::completeCashCount, coins,
+                 notes, message);
+}
+
+/// Both counts: they differ in their command alone. Asked for in every state, an error included.
+std::int16_t CTLLogics::count(const Operation& op, const char* name, char letter, CountCommand command,
+                              std::vector<CashCountRecord>& coins, std::vector<CashCountRecord>& notes,
+                              std::string& message)
+{
+    op.enter(compose("CTLLogics::", name, "()"));
+    if (const auto refusal = op.busyGate(Ready::PayinEnabledOrDisabled, BUSY_TIMEOUT, OnError::GoOn))
+        return *refusal;
+    g_bAskPayoutDone = false;
+    op.prepare(letter);
+    if (const std::int16_t sent = (g_ostrivane.*command)(message); sent != TL_STATUS_OK)
+        return op.failed("COstrivane::reset", sent); // worded so for both counts
+
+    logDebug("start wait for CALLBACK_TYPE_J_ALL_PARTS");
+    const std::int16_t answered = waitForCallback("j-all", COUNT_TIMEOUT);
+    logDebug("finished wait for CALLBACK_TYPE_J_ALL_PARTS");
+    if (answered == TL_STATUS_TIMEOUT)
+        return op.refuse(TL_STATUS_TIMEOUT, "Timed out", compose(name, " timed out"));
+    if (answered == TL_STATUS_ERROR)
+        return op.deviceHasErrors();
+    {
+        const std::lock_guard lock(g_cashCountResult.lock);
+        coins = g_cashCountResult.coins;
+        notes = g_cashCountResult.notes;
+    }
+    logDebug("results combined!");
+    message = lookupText("Done");
+    logDebug(compose("CTLLogics::", name, " returning status = Ok."));
+    return TL_STATUS_OK;
+}

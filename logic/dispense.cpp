@@ -1,0 +1,128 @@
+// Paying an amount out, and asking whether it can be paid.
+#include "logic/ctllogics.h"
+
+#include "config/numbers.h"
+#include "device/commands.h"
+#include "device/ostrivane.h"
+#include "diag/compose.h"
+#include "logic/operation.h"
+
+std::int16_t CTLLogics::dispense(std::int32_t amountDispense, const std::string& transactionId,
+                                 std::int32_t& amountRest, std::string& message)
+{
+    const Operation op(*this, "dispense", message);
+    op.enter(compose("CTLLogics::dispense(", amountDispense, ", ", transactionId, ", amountRest)"));
+    amountRest = 0;
+    if (const auto refusal = op.busyGate(Ready::PayinEnabledOrDisabled, BUSY_TIMEOUT, OnError::Refuse))
+        return *refusal;
+    if (amountDispense < 0)
+        return op.refuse(TL_STATUS_INPUT_PARAM_ERROR, "Amount to dispense too small",
+                         "Amount to dispense is too small");
+    if (amountDispense > MAX_AMOUNT)
+        return op.refuse(TL_STATUS_INPUT_PARAM_ERROR, "Amount to dispense too big",
+                         "Amount to dispense is too big");
+    if (const auto refusal = op.needsSession("Dispense"))
+        return *refusal;
+    if (const auto refusal = op.needsExtendedCommandSet("Dispense"))
+        return *refusal;
+    if (const auto refusal = op.needsState("Dispense", {STATE_PAYIN_DISABLED, STATE_CASH_DEPOSITED}))
+        return *refusal;
+
+    if (mustAskFirst(op, amountDispense, "dispense")) {
+        op.info("Performing askPayout prior to dispense");
+        if (const std::int16_t asked = askBeforePaying(op, amountDispense, amountRest, message);
+            asked != TL_STATUS_OK)
+            return asked;
+    }
+    if (limitApplies(op)) {
+        const std::int32_t limit = m_settings.getIntSetting(PayOutAmountPerTimeLimitAmount);
+        const std::int32_t seconds = m_settings.getIntSetting(PayOutAmountPerTimeLimitSeconds);
+        const std::int32_t sum = m_paidOutList.sum();
+        if (wrappingAdd(sum, amountDispense) > limit) {
+            op.info(compose("sumPaidOutAmount = ", sum, ", amountDispense = ", amountDispense));
+            return op.refuse(TL_STATUS_PAYOUT_LIMIT, "Payout larger than allowed limit per time unit",
+                             compose("(", sum, " + ", amountDispense, " > ", limit,
+                                     "), Payout larger than allowed limit per time unit: ", seconds,
+                                     " seconds!"));
+        }
+        addToPaidOutList(op, amountDispense);
+    }
+
+    g_bAskPayoutDone = false;
+    markLowLevelPending(op);
+    op.prepare(COMMAND_DISPENSE);
+    const std::int16_t sent =
+        sendPayCommand([&] { return g_ostrivane.dispense(amountDispense, transactionId, message); });
+    if (sent != TL_STATUS_OK) {
+        endOnePayOutSettings();
+        return op.failed("dispense", sent);
+    }
+    // An error status in either wait is told as the timeout: the payment's fate is unknown in both cases.
+    if (const std::int16_t waited = waitForStatus(DEVICE_BUSY, ANSWER_TIMEOUT); waited != TL_STATUS_OK) {
+        endOnePayOutSettings();
+        return op.timedOut("dispense start", waited);
+    }
+    if (m_settings.getIntSetting(PayOutOkCheck) == 1) {
+        if (const std::int16_t waited =
+                waitForStatus(DEVICE_READY, DEVICE_READY_PAYIN_DISABLED, statusOkTimeout());
+            waited != TL_STATUS_OK) {
+            endOnePayOutSettings();
+            return op.timedOut("dispense stop", waited);
+        }
+    }
+    g_TLState = STATE_PAYIN_DISABLED;
+    endOnePayOutSettings();
+    return op.done();
+}
+
+std::int16_t CTLLogics::askPayout(std::int32_t amount, std::string& message)
+{
+    const Operation op(*this, "askPayout", message);
+    op.enter(compose("CTLLogics::askPayout(", amount, ")"));
+    std::int32_t amountRest = 0;
+    return askPayout(amount, amountRest, message);
+}
+
+std::int16_t CTLLogics::askPayout(std::int32_t amount, std::int32_t& amountRest, std::string& message)
+{
+    const Operation op(*this, "askPayout", message);
+    op.enter(compose("CTLLogics::askPayout(", amount, ", amountRest)"));
+    amountRest = 0;
+    g_nAskPayoutAmount = amount;
+    if (const auto refusal = op.busyGate(Ready::PayinEnabledOrDisabled, BUSY_TIMEOUT, OnError::Refuse))
+        return *refusal;
+    if (const auto refusal = op.needsSession("Ask Payout"))
+        return *refusal;
+    if (const auto refusal =
+            op.needsState("Ask Payout", {STATE_PAYIN_ENABLED, STATE_PAYIN_DISABLED, STATE_CASH_DEPOSITED}))
+        return *refusal;
+    if (amount == 0) {
+        op.info("Zero askPayout, Ok");
+        g_bAskPayoutDone = true;
+        return op.done();
+    }
+
+    op.prepare(COMMAND_ASK_PAYOUT);
+    if (const std::int16_t sent = g_ostrivane.askPayout(amount, message); sent != TL_STATUS_OK)
+        return op.failed("COstrivane::askPayOut", sent);
+    const std::int16_t answered = waitForCallback("c", ANSWER_TIMEOUT);
+    if (answered == TL_STATUS_TIMEOUT)
+        return op.refuse(TL_STATUS_TIMEOUT, "Timed out", "askPayout timed out");
+    if (answered == TL_STATUS_ERROR)
+        return op.deviceHasErrors();
+
+    const std::int32_t rest = g_nAskPayoutRest;
+    if (rest != 0) {
+        amountRest = rest;
+        // The device has more to say about a rest; how these waits end decides nothing.
+        const std::string notPossible = compose("Not possible (rest: ", rest, ")");
+        for (const char* const letter : {"b", "a"}) {
+            op.info(compose(notPossible, ". Waiting for ", letter, " message ..."));
+            const std::int16_t waited = waitForCallback(letter, ANSWER_TIMEOUT);
+            op.info(compose("Waiting for ", letter, " message resulted in:", waited));
+        }
+        return op.refuse(TL_STATUS_NOT_POSSIBLE, "Not possible (rest)", notPossible);
+    }
+    g_bAskPayoutDone = true;
+    return op.done();
+}

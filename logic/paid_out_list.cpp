@@ -1,0 +1,26 @@
+#include "logic/paid_out_list.h"
+
+#include "config/numbers.h"
+
+void PaidOutList::add(std::int64_t now, std::int32_t amount)
+{
+    m_entries.push_front({now, amount});
+}
+
+void PaidOutList::purge(std::int64_t now, std::int32_t seconds)
+{
+    while (!m_entries.empty()) {
+        const auto age = static_cast<double>(now - m_entries.back().tPaidOut);
+        if (!(age > static_cast<double>(seconds)))
+            return;
+        m_entries.pop_back();
+    }
+}
+
+std::int32_t PaidOutList::sum() const
+{
+    std::int32_t total = 0;
+    for (const PaidOutEntry& entry : m_entries)
+        total = wrappingAdd(total, entry.nAmount);
+    return total;
+}

@@ -1,0 +1,86 @@
+// Opening the device for notes and coins, closing it, and keeping what was paid in.
+#include "logic/ctllogics.h"
+
+#include "device/commands.h"
+#include "device/ostrivane.h"
+#include "diag/compose.h"
+#include "diag/language.h"
+#include "logic/operation.h"
+
+std::int16_t CTLLogics::enablePayin(std::string& message)
+{
+    const Operation op(*this, "enablePayin", message);
+    op.enter("CTLLogics::enablePayin()");
+
+    // The gate, with two lines of its own about the wait.
+    if (g_nLastCallbackStatus == DEVICE_BUSY) {
+        const std::int16_t nStatus = op.waitWhileBusy(Ready::PayinEnabledOrDisabled, BUSY_TIMEOUT);
+        op.info(compose("Tellarion was Busy. Got new status nStatus=", nStatus));
+        if (nStatus == TL_STATUS_TIMEOUT)
+            return op.stillBusy();
+        if (nStatus == TL_STATUS_ERROR)
+            return op.deviceHasErrors();
+        op.info(compose("The new status nStatus=", nStatus, " was neither TIMEOUT nor ERROR."));
+    }
+    if (g_nLastCallbackStatus == DEVICE_ERROR)
+        return op.deviceHasErrors();
+    if (const auto refusal = op.needsSession("Enable Payin"))
+        return *refusal;
+    if (const auto refusal = op.needsExtendedCommandSet("Enable Payin"))
+        return *refusal;
+    if (const auto refusal = op.needsState("Enable Payin", {STATE_PAYIN_ENABLED, STATE_PAYIN_DISABLED}))
+        return *refusal;
+
+    op.prepare(COMMAND_ENABLE_PAYIN);
+    if (const std::int16_t result = g_ostrivane.enablePayin(message); result != TL_STATUS_OK)
+        return op.failed("enablePayinTL", result);
+    g_TLState = STATE_PAYIN_ENABLED; // as soon as the command is accepted
+    return op.done();
+}
+
+std::int16_t CTLLogics::disablePayin(std::string& message)
+{
+    const Operation op(*this, "disablePayin", message);
+    op.enter("CTLLogics::disablePayin()");
+    if (const auto refusal =
+            op.busyGate(Ready::PayinEnabledOrDisabled, BUSY_TIMEOUT, OnError::RefuseUnlessLongApi))
+        return *refusal;
+    if (const auto refusal = op.needsSession("Disable Payin"))
+        return *refusal;
+    if (const auto refusal = op.needsExtendedCommandSet("Disable Payin"))
+        return *refusal;
+    if (const auto refusal = op.needsState("Disable Payin", {STATE_PAYIN_ENABLED, STATE_PAYIN_DISABLED}))
+        return *refusal;
+
+    op.prepare(COMMAND_DISABLE_PAYIN);
+    const std::int16_t sent = g_ostrivane.disablePayin(message);
+    if (sent != TL_STATUS_OK && g_nApiVersionKind != API_VERSION_KIND_LONG)
+        return op.failed("disablePayinTL", sent);
+    const std::int16_t waited = waitForStatus(DEVICE_READY_PAYIN_DISABLED, ANSWER_TIMEOUT);
+    if (waited != TL_STATUS_OK && g_nApiVersionKind != API_VERSION_KIND_LONG)
+        return op.timedOut("disablePayin", waited);
+    g_TLState = STATE_PAYIN_DISABLED;
+    return op.done();
+}
+
+std::int16_t CTLLogics::deposit(const std::string& transactionId, std::string& message)
+{
+    const Operation op(*this, "deposit", message);
+    op.enter(compose("CTLLogics::deposit(", transactionId, ")"));
+    if (const auto refusal = op.busyGate(Ready::PayinEnabledOrDisabled, BUSY_TIMEOUT, OnError::Refuse))
+        return *refusal;
+    if (const auto refusal = op.needsSession("Deposit"))
+        return *refusal;
+    if (const auto refusal = op.needsExtendedCommandSet("Deposit"))
+        return *refusal;
+    if (const auto refusal = op.needsState("Deposit", {STATE_PAYIN_DISABLED, STATE_CASH_DEPOSITED}))
+        return *refusal;
+
+    op.prepare(COMMAND_PAYOUT);
+    const std::int16_t sent =
+        sendPayCommand([&] { return g_ostrivane.doPayOut(0, g_nAmountPaidIn, transactionId, message); });
+    if (sent != TL_STATUS_OK)
+        return op.failed("doPayOut", sent);
+    g_TLState = STATE_CASH_DEPOSITED;
+    return op.done();
+}

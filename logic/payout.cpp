@@ -1,0 +1,129 @@
+// Settling a sale in one command while pay-in is enabled.
+#include "logic/ctllogics.h"
+
+#include "config/numbers.h"
+#include "device/commands.h"
+#include "device/ostrivane.h"
+#include "diag/compose.h"
+#include "logic/operation.h"
+
+std::int16_t CTLLogics::payout(std::int32_t amountDispense, std::int32_t amountDeposit,
+                               const std::string& transactionId, std::string& message)
+{
+    const Operation op(*this, "payout", message);
+    op.enter(compose("CTLLogics::payout(", amountDispense, ",", amountDeposit, ",", transactionId, ")"));
+    std::int32_t amountRest = 0;
+    return payout(amountDispense, amountDeposit, transactionId, amountRest, message);
+}
+
+std::int16_t CTLLogics::payout(std::int32_t amountDispense, std::int32_t amountDeposit,
+                               const std::string& transactionId, std::int32_t& amountRest,
+                               std::string& message)
+{
+    const Operation op(*this, "payout", message);
+    op.enter(compose("CTLLogics::payout(", amountDispense, ", ", amountDeposit, ", ", transactionId,
+                     ", amountRest)"));
+    amountRest = 0;
+    if (const auto refusal = op.busyGate(Ready::PayinEnabledOnly, BUSY_TIMEOUT, OnError::Refuse))
+        return *refusal;
+    if (amountDeposit > g_nAmountPaidIn)
+        return op.refuse(TL_STATUS_AMOUNT_TOO_BIG, "Amount to deposit too big",
+                         "Amount to deposit was bigger than amount payed in");
+    if (amountDispense < 0)
+        return op.refuse(TL_STATUS_INPUT_PARAM_ERROR, "Amount to dispense too small",
+                         "Amount to dispense is too small");
+    if (amountDispense > MAX_AMOUNT)
+        return op.refuse(TL_STATUS_INPUT_PARAM_ERROR, "Amount to dispense too big",
+                         "Amount to dispense is too big");
+    if (amountDeposit < 0)
+        return op.refuse(TL_STATUS_INPUT_PARAM_ERROR, "Amount to deposit too small",
+                         "Amount to deposit is too small");
+    if (amountDeposit > MAX_AMOUNT)
+        return op.refuse(TL_STATUS_INPUT_PARAM_ERROR, "Amount to deposit too big",
+                         "Amount to deposit is too big");
+
+    // Decided, and logged, before the state is tested; asked after.
+    const bool askFirst = mustAskFirst(op, amountDispense, "pay out");
+    if (const auto refusal = op.needsSession("Payout"))
+        return *refusal;
+    if (const auto refusal = op.needsState("Payout", {STATE_PAYIN_ENABLED}))
+        return *refusal;
+    if (askFirst) {
+        op.info("Performing askPayout prior to payout");
+        if (const std::int16_t asked = askBeforePaying(op, amountDispense, amountRest, message);
+            asked != TL_STATUS_OK)
+            return asked;
+    }
+    if (limitApplies(op)) {
+        const std::int32_t limit = m_settings.getIntSetting(PayOutAmountPerTimeLimitAmount);
+        const std::int32_t seconds = m_settings.getIntSetting(PayOutAmountPerTimeLimitSeconds);
+        const std::int32_t sum = m_paidOutList.sum();
+        op.info(compose("sumPaidInAmount = ", sum)); // "In", though it is what was paid out
+        const std::int32_t difference = wrappingSubtract(amountDispense, amountDeposit);
+        if (wrappingAdd(sum, difference) > limit) {
+            op.info(compose("sumPaidOutAmount = ", sum, ", amountDispense = ", amountDispense,
+                            ", amountDeposit = ", amountDeposit));
+            return op.refuse(TL_STATUS_PAYOUT_LIMIT, "Payout larger than allowed limit per time unit",
+                             compose("(", sum, " + (", amountDispense, " - ", amountDeposit, ") > ", limit,
+                                     "), Payout larger than allowed limit per time unit: ", seconds,
+                                     " seconds!"));
+        }
+        addToPaidOutList(op, difference);
+    }
+
+    g_bAskPayoutDone = false;
+    markLowLevelPending(op);
+    op.prepare(COMMAND_PAYOUT);
+    const std::int16_t sent = sendPayCommand(
+        [&] { return g_ostrivane.doPayOut(amountDispense, amountDeposit, transactionId, message); });
+    if (sent != TL_STATUS_OK) {
+        endOnePayOutSettings();
+        return op.failed("COstrivane::doPayOut", sent);
+    }
+    // An error status in either wait is told as the timeout: the payment's fate is unknown in both cases.
+    if (const std::int16_t waited = waitForStatus(DEVICE_BUSY, ANSWER_TIMEOUT); waited != TL_STATUS_OK) {
+        endOnePayOutSettings();
+        return op.timedOut("doPayout start", waited);
+    }
+    if (m_settings.getIntSetting(PayOutOkCheck) == 1) {
+        if (const std::int16_t waited = waitForStatus(DEVICE_READY, statusOkTimeout());
+            waited != TL_STATUS_OK) {
+            endOnePayOutSettings();
+            return op.timedOut("doPayout stop", waited);
+        }
+    }
+    endOnePayOutSettings();
+    return op.done();
+}
+
+std::int16_t CTLLogics::amountDue(std::int32_t amountDue, const std::string& transactionId,
+                                  std::int32_t& amountRest, std::string& message)
+{
+    const Operation op(*this, "amountDue", message);
+    op.enter(compose("CTLLogics::amountDue(", amountDue, ",", transactionId, ", amountRest)"));
+    const std::int32_t paidIn = g_nAmountPaidIn;
+    const std::int32_t change = wrappingSubtract(paidIn, amountDue);
+    if (change < 0)
+        return op.refuse(TL_STATUS_INPUT_PARAM_ERROR, "Paid in amount smaller than amount due",
+                         "Paid in amount smaller than amount due");
+    return payout(change, paidIn, transactionId, amountRest, message);
+}
+
+std::int16_t CTLLogics::informTotalAmount(std::int32_t amountTotal, std::string& message)
+{
+    const Operation op(*this, "informTotalAmount", message);
+    op.enter(compose("CTLLogics::informTotalAmount(", amountTotal, ")"));
+    if (const auto refusal = op.busyGate(Ready::PayinEnabledOrDisabled, BUSY_TIMEOUT, OnError::Refuse))
+        return *refusal;
+    if (const auto refusal = op.needsSession("InformTotalAmount"))
+        return *refusal;
+
+    op.prepare(COMMAND_INFORM_TOTAL);
+    if (const std::int16_t sent = g_ostrivane.informTotalAmount(amountTotal, message); sent != TL_STATUS_OK)
+        return op.failed("COstrivane::informTotalAmount", sent);
+    op.info("Waiting for a message ...");
+    const std::int16_t answered = waitForCallback("a", ANSWER_TIMEOUT);
+    op.info(compose("Waiting for a message resulted in:", answered));
+    // On a failed wait the message stays at what the send left in it.
+    return answered == TL_STATUS_OK ? op.done() : op.failed("COstrivane::informTotalAmount", answered);
+}

@@ -1,0 +1,84 @@
+// What every pay-out goes through before its command: is the device to be asked first, how much was paid out
+// lately, and the mark that a pay-out is on its way.
+#include "logic/ctllogics.h"
+
+#include "diag/compose.h"
+#include "diag/log.h"
+#include "logic/operation.h"
+#include "platform/clock.h"
+
+/// Decides and logs; asks nothing. "toPay" is how the operation words a pay-out.
+bool CTLLogics::mustAskFirst(const Operation& op, std::int32_t amount, const char* toPay) const
+{
+    if (amount == 0) {
+        op.info(compose("Zero amount to ", toPay, ", askPayout not called"));
+        return false;
+    }
+    if (amount < m_settings.getIntSetting(AskPayOutAmountLimit)) {
+        // With low levels an earlier ask for the same amount doesn't count.
+        const std::int32_t warning = g_nCurrentLowLevelWarningState;
+        if (warning == LOW_LEVEL_WARNING_TRUE_PENDING || warning == LOW_LEVEL_WARNING_TRUE) {
+            op.info(compose("Small amount to ", toPay, " but Cash Levels are low, call askPayout"));
+            return true;
+        }
+        op.info(compose("Small amount to ", toPay, " and Cash Levels are ok, askPayout not called"));
+        return false;
+    }
+    if (g_bAskPayoutDone && g_nAskPayoutAmount == amount) {
+        op.info("Previous askPayout with same amount performed, askPayout not called");
+        return false;
+    }
+    return true;
+}
+
+std::int16_t CTLLogics::askBeforePaying(const Operation& op, std::int32_t amount, std::int32_t& amountRest,
+                                        std::string& message)
+{
+    const std::int16_t result = askPayout(amount, amountRest, message);
+    if (result != TL_STATUS_OK)
+        logLineTwice(op.failureLine("askPayout", result), LOG_FAILURE, LOG_FILE_LOGIC, LOG_FILE_ERROR);
+    return result;
+}
+
+/// Tells and logs whether there is a limit; if so, the list is purged for it.
+bool CTLLogics::limitApplies(const Operation& op)
+{
+    const std::int32_t limit = m_settings.getIntSetting(PayOutAmountPerTimeLimitAmount);
+    const std::int32_t seconds = m_settings.getIntSetting(PayOutAmountPerTimeLimitSeconds);
+    const std::string settings =
+        compose("PayOutAmountPerTimeLimitAmount = ", limit, ", seconds limit = ", seconds);
+    if (limit < 1) {
+        op.info(settings + ", not checking paid out amounts.");
+        return false;
+    }
+    op.info(settings + ", checking paid out amounts. Purging paid out list...");
+    m_paidOutList.purge(platform::wallClockSeconds(), seconds);
+    return true;
+}
+
+/// Stays there whatever becomes of the pay-out: a failed one may have been paid.
+void CTLLogics::addToPaidOutList(const Operation& op, std::int32_t amount)
+{
+    op.info(compose("adding ", amount, " to paid out list."));
+    m_paidOutList.add(platform::wallClockSeconds(), amount);
+}
+
+void CTLLogics::markLowLevelPending(const Operation& op) const
+{
+    // Exchanged and not stored: a warning that comes in meanwhile must not be lost.
+    const auto mark = [&op](std::int32_t from, std::int32_t to, const char* name) {
+        op.info(compose("Updating g_nCurrentLowLevelWarningState: ", from, " - > ", to, " (", name, ")"));
+        g_nCurrentLowLevelWarningState.compare_exchange_strong(from, to);
+    };
+    const std::int32_t warning = g_nCurrentLowLevelWarningState;
+    if (warning == LOW_LEVEL_WARNING_FALSE)
+        mark(LOW_LEVEL_WARNING_FALSE, LOW_LEVEL_WARNING_FALSE_PENDING, "LOW_LEVEL_WARNING_FALSE_PENDING");
+    else if (warning == LOW_LEVEL_WARNING_TRUE)
+        mark(LOW_LEVEL_WARNING_TRUE, LOW_LEVEL_WARNING_TRUE_PENDING, "LOW_LEVEL_WARNING_TRUE_PENDING");
+}
+
+void CTLLogics::endOnePayOutSettings()
+{
+    if (m_settings.getDurationType() == DURATION_NEXT_PAYMENT)
+        restoreSettings();
+}

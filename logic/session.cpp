@@ -1,0 +1,282 @@
+// Opening and closing a session with the device, and what is known of the device meanwhile.
+#include "logic/ctllogics.h"
+
+#include "config/numbers.h"
+#include "device/commands.h"
+#include "device/ostrivane.h"
+#include "diag/compose.h"
+#include "diag/language.h"
+#include "diag/log.h"
+#include "events/senders.h"
+#include "logic/operation.h"
+#include "platform/clock.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace {
+
+/// Reduces a login text to the number that its last two characters say, or its last one; 1 if none does.
+std::int32_t twoDigitValue(const std::string& text)
+{
+    static constexpr std::int32_t START_VALUE = 1;
+    if (text.empty())
+        return START_VALUE;
+    if (const std::int32_t value =
+            leadingNumber(text.substr(text.size() - std::min<std::size_t>(2, text.size())));
+        value != 0)
+        return value;
+    const std::string last = text.substr(text.size() - 1);
+    if (const std::int32_t value = leadingNumber(last); value != 0)
+        return value;
+    return last == "0" ? 0 : START_VALUE;
+}
+
+std::int32_t twoDigits(std::int32_t number)
+{
+    return std::abs(number % 100);
+}
+
+std::string today()
+{
+    const std::tm now = platform::localTime().calendar;
+    return compose(leftPadded(now.tm_year + 1900, 4), "-", leftPadded(now.tm_mon + 1, 2), "-",
+                   leftPadded(now.tm_mday, 2));
+}
+
+/// YYYYMMDDHHMMSSmmm
+std::string timeStamp()
+{
+    const platform::LocalTime now = platform::localTime();
+    return compose(leftPadded(now.calendar.tm_year + 1900, 4), leftPadded(now.calendar.tm_mon + 1, 2),
+                   leftPadded(now.calendar.tm_mday, 2), leftPadded(now.calendar.tm_hour, 2),
+                   leftPadded(now.calendar.tm_min, 2), leftPadded(now.calendar.tm_sec, 2),
+                   leftPadded(now.milliseconds, 3));
+}
+
+} // namespace
+
+std::int16_t CTLLogics::login(const std::string& loginNumberText, const std::string& loginText,
+                              std::string& message)
+{
+    const Operation op(*this, "login", message);
+    op.enter(compose("CTLLogics::login(", loginNumberText, ",", loginText, ")"));
+    g_bAskPayoutDone = false;
+    const std::int32_t value = twoDigitValue(loginNumberText);
+    logDebug(compose("CTLLogics::login calling numeric login with params(", value, ",", loginText, ")"));
+    if (const std::int16_t result = login(static_cast<std::int16_t>(value), loginText, message);
+        result != TL_STATUS_OK)
+        return op.failed("Login", result);
+    return op.done();
+}
+
+std::int16_t CTLLogics::login(std::int16_t loginNumber, const std::string& loginText, std::string& message)
+{
+    const Operation op(*this, "login", message);
+    op.enter(compose("CTLLogics::login(", loginNumber, ",", loginText, ")"));
+    logDebug(compose("CTLLogics::login, date: ", today()));
+    const std::int32_t number = twoDigits(loginNumber);
+    const std::int32_t digits = twoDigits(twoDigitValue(loginText));
+
+    // Unlike other operations, a login on an open session waits as if the device were busy, and an error
+    // doesn't stop it.
+    if (g_TLState > STATE_LOGGED_OUT || g_nLastCallbackStatus == DEVICE_BUSY) {
+        op.info("Tellarion is Busy. Wait for Ok");
+        if (waitForStatus(DEVICE_READY, DEVICE_READY_PAYIN_DISABLED, BUSY_TIMEOUT) == TL_STATUS_TIMEOUT)
+            return op.stillBusy();
+    }
+    const bool reopening = g_nLastCallbackStatus == DEVICE_ERROR || g_TLState == STATE_LOGGED_OUT;
+
+    queryDevice(message);
+
+    op.info("Resetting low level warning state to LOW_LEVEL_WARNING_TRUE to make sure the first payout call "
+            "is made with an askPayout first.");
+    g_nCurrentLowLevelWarningState = LOW_LEVEL_WARNING_TRUE;
+    g_bAskPayoutDone = false;
+    g_nAskPayoutAmount = 0;
+    op.prepare(COMMAND_LOGIN);
+    const std::int16_t sent = g_nApiVersionKind == API_VERSION_KIND_LONG
+                                  ? g_ostrivane.login(loginText, message)
+                                  : g_ostrivane.login(number, digits, message);
+    if (sent != TL_STATUS_OK) {
+        op.error("COstrivane::login failed");
+        return sent;
+    }
+
+    // What counts is the state after the wait, not how it ended.
+    const std::int16_t heard = waitForCallback("a", ANSWER_TIMEOUT);
+    op.info(compose("Waiting for a message resulted in:", heard));
+    if (g_nLastCallbackMode == MODE_NOT_OPENED || g_nLastCallbackStatus == DEVICE_BUSY ||
+        g_TLState == STATE_LOGGED_OUT)
+        return giveUpLogin(message);
+
+    const std::int16_t opened = waitForMode(MODE_OPEN, ANSWER_TIMEOUT, false);
+    if (opened == TL_STATUS_TIMEOUT)
+        return op.refuse(TL_STATUS_TIMEOUT, "Timed out", "Opening timed out");
+    if (opened == TL_STATUS_ERROR)
+        return op.deviceHasErrors();
+
+    if (reopening) {
+        const std::int32_t status = g_nLastCallbackStatus;
+        if (status == DEVICE_READY) {
+            g_TLState = STATE_PAYIN_ENABLED;
+        } else if (status == DEVICE_READY_PAYIN_DISABLED) {
+            g_TLState = STATE_PAYIN_DISABLED;
+        } else {
+            // The status shows as the number of characters that the line lacks: log readers know it so.
+            const std::string line =
+                "CTLLogics::login: Last callback status == unexpected! g_nLastCallbackStatus=";
+            const auto missing = static_cast<std::size_t>(std::max(status, 0));
+            logDebug(line.substr(std::min(missing, line.size())));
+        }
+    }
+    if (g_nLegacySystem == 0 && g_nAutoDisable == 1) {
+        if (const std::int16_t result = disablePayin(message); result != TL_STATUS_OK)
+            op.error(compose("AutoDisable failed: nReturn=", result, ", message = ", message));
+    }
+    return op.done();
+}
+
+/// Asks what the device is able to do; a failure leaves the login to the device.
+void CTLLogics::queryDevice(std::string& message)
+{
+    if (g_nLegacySystem == 1) {
+        logDebug("CTLLogics::login: Legacy system, no query of the device");
+        m_nCommandLevel = 0;
+        m_nLevel = 0;
+        return;
+    }
+    const std::int16_t queried = queryCommandSet(message);
+    logDebug(compose("CTLLogics::login: queryCommandSet returned ", queried, ", message = ", message));
+    if (g_sSupportedCommands.get().find('V') != std::string::npos) {
+        const std::int16_t version = versionTL(message);
+        logDebug(compose("CTLLogics::login: versionTL returned ", version, ", message = ", message));
+    }
+}
+
+std::int16_t CTLLogics::giveUpLogin(std::string& message)
+{
+    g_sLastDeviceMessage.clear();
+    g_bCommandMade = false;
+    g_nLastCommand = COMMAND_LOGOUT;
+    g_ostrivane.loggedOut(message);
+    g_nLastCallbackMode = MODE_CLOSED;
+    g_nLastCallbackStatus = DEVICE_ERROR;
+    sendStatusEvent(0, DEVICE_ERROR, MODE_CLOSED);
+    g_TLState = STATE_LOGGED_OUT;
+    logDebug("CTLLogics::login: Tellarion is Busy. Send failed to comply");
+    message = lookupText("Failed to comply");
+    return TL_STATUS_FAILED_TO_COMPLY;
+}
+
+std::int16_t CTLLogics::queryCommandSet(std::string& message)
+{
+    const Operation op(*this, "queryCommandSet", message);
+    if (g_TLState > STATE_LOGGED_OUT && g_nLastCallbackStatus == DEVICE_BUSY &&
+        waitForStatus(DEVICE_READY, DEVICE_READY_PAYIN_DISABLED, BUSY_TIMEOUT) == TL_STATUS_TIMEOUT) {
+        message = lookupText("Tellarion is busy");
+        return TL_STATUS_BUSY;
+    }
+
+    g_sLastDeviceMessage.clear();
+    g_bCommandMade = true;
+    const std::string stamp = timeStamp();
+    m_sTimeStamp.fill('\0');
+    stamp.copy(m_sTimeStamp.data(), m_sTimeStamp.size() - 1);
+    g_nLastCommand = COMMAND_QUERY;
+    if (const std::int16_t result = g_ostrivane.queryCommandSet(m_sTimeStamp.data(), message);
+        result != TL_STATUS_OK) {
+        m_nCommandLevel = 1;
+        return op.failed("COstrivane::queryCommandSet", result);
+    }
+    if (waitForCallback("x", ANSWER_TIMEOUT) == TL_STATUS_TIMEOUT) {
+        message = lookupText("Timed out");
+        m_nCommandLevel = 1;
+        m_nLevel = 0;
+        return TL_STATUS_TIMEOUT;
+    }
+    m_nCommandLevel = EXTENDED_COMMAND_SET;
+    m_nLevel = 1;
+    m_sMaster = g_sMasterVersion.get();
+    m_sCommands = g_sSupportedCommands.get();
+    op.info(compose("Master Version: ", m_sMaster));
+    op.info(compose("Supported Commands: ", m_sCommands));
+    return op.done();
+}
+
+std::int16_t CTLLogics::versionTL(std::string& message)
+{
+    const Operation op(*this, "versionTL", message);
+    op.enter("CTLLogics::versionTL()");
+    if (g_TLState > STATE_LOGGED_OUT &&
+        op.waitWhileBusy(Ready::PayinEnabledOrDisabled, BUSY_TIMEOUT) == TL_STATUS_TIMEOUT)
+        return op.stillBusy();
+
+    op.prepare(COMMAND_VERSION);
+    if (const std::int16_t result = g_ostrivane.versionTL(message); result != TL_STATUS_OK)
+        return op.failed("COstrivane::versionTL", result);
+    if (waitForCallback("v", ANSWER_TIMEOUT) == TL_STATUS_TIMEOUT)
+        return op.refuse(TL_STATUS_TIMEOUT, "Timed out", "versionTL timed out");
+    if (g_nApiVersionKind == API_VERSION_KIND_LONG)
+        m_nLevel = 2;
+    m_sInfo = g_sApiVersion.get();
+    op.info(compose("API Version: ", m_sInfo));
+    return op.done();
+}
+
+std::int16_t CTLLogics::logout(std::string& message)
+{
+    const Operation op(*this, "logout", message);
+    op.enter("CTLLogics::logout()");
+    g_bAskPayoutDone = false;
+    op.prepare(COMMAND_LOGOUT);
+    std::int16_t sent = g_ostrivane.logout(message);
+    if (sent == TL_STATUS_BUSY) {
+        op.info("Tellarion was Busy. Wait for Ok and try again");
+        if (waitForStatus(DEVICE_READY, DEVICE_READY_PAYIN_DISABLED, statusOkTimeout()) == TL_STATUS_TIMEOUT)
+            return op.refuse(TL_STATUS_BUSY, "Tellarion is busy", "Tellarion is still busy");
+        logDebug("CTLLogics::logout() internal class ostrivane.logout was busy, now trying again");
+        sent = g_ostrivane.logout(message);
+    }
+    if (sent != TL_STATUS_OK)
+        return op.failed("COstrivane::logout", sent);
+
+    // Polled by hand: an error status must not end the wait for the device to close.
+    std::int64_t count = 0;
+    do {
+        platform::sleepMilliseconds(10);
+        count += 10;
+    } while (count <= ANSWER_TIMEOUT && g_nLastCallbackMode != MODE_CLOSED);
+    g_nLastCallbackMode = MODE_CONSUMED;
+    if (count >= ANSWER_TIMEOUT)
+        return op.refuse(TL_STATUS_TIMEOUT, "Timed out", "Closing timed out, returning TL_STATUS_TIMEOUT");
+    g_TLState = STATE_LOGGED_OUT;
+    return op.done();
+}
+
+std::int16_t CTLLogics::isOpen(std::uint32_t& open, std::string& message)
+{
+    const Operation op(*this, "isOpen", message);
+    op.enter("CTLLogics::isOpen()");
+    open = g_bDeviceOpen ? 1 : 0;
+    logDebug(compose("CTLLogics::isOpen status = ", open, "."));
+    return op.done();
+}
+
+std::int16_t CTLLogics::info(std::uint32_t& level, std::string& commands, std::string& master,
+                             std::string& info, std::string& message)
+{
+    const Operation op(*this, "info", message);
+    op.enter("CTLLogics::info()");
+    if (const auto refusal = op.needsSession("Info"))
+        return *refusal;
+
+    level = static_cast<std::uint32_t>(m_nLevel);
+    commands = m_nLevel == 0 ? "ABCDEF" : m_sCommands;
+    master = m_nLevel == 0 ? "" : m_sMaster;
+    info = m_nLevel == 0 ? "" : m_nLevel == 1 ? "Tellarion" : m_sInfo;
+    message = lookupText("Done");
+    op.info(compose("level=", level, ", commands=\"", commands, "\", master=\"", master, "\", info=\"", info,
+                    "\", message=\"", message, "\"."));
+    return TL_STATUS_OK;
+}

@@ -1,0 +1,133 @@
+// What the device's messages write and the operations poll. All of it is process-wide and shared by two
+// threads: the application's, which runs the operations, and the communication library's, which runs the
+// decoder. See process_objects.cpp for the objects themselves.
+#pragma once
+
+#include "api/tllogics.h"
+#include "config/shared_text.h"
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <vector>
+
+/// State of the logic, g_TLState.
+enum TLState : std::int32_t {
+    STATE_UNINITIATED = 0,
+    STATE_LOGGED_OUT = 1,
+    STATE_PAYIN_ENABLED = 2,
+    STATE_PAYIN_DISABLED = 3,
+    STATE_CASH_DEPOSITED = 4
+};
+
+/// The state's name in log lines.
+const char* stateName(std::int32_t state);
+
+/// Status digit of a device message.
+enum DeviceStatus : std::int32_t {
+    DEVICE_UNHEARD = -1, // nothing came since the link was opened
+    DEVICE_READY = 0,
+    DEVICE_BUSY = 1,
+    DEVICE_ERROR = 2,
+    DEVICE_READY_PAYIN_DISABLED = 3
+};
+
+/// Mode digit of a device message.
+enum DeviceMode : std::int32_t {
+    MODE_CONSUMED = -1, // nothing came, or a wait has taken it
+    MODE_CLOSED = 0,
+    MODE_OPEN = 1,
+    MODE_NOT_OPENED = 2, // the device refuses a login
+    MODE_ADMINISTRATION = 3
+};
+
+/// Whether small pay-outs must be asked for first.
+enum LowLevelWarning : std::int32_t {
+    LOW_LEVEL_WARNING_FALSE = 0,
+    LOW_LEVEL_WARNING_FALSE_PENDING = 1, // a pay-out is on its way, levels were good
+    LOW_LEVEL_WARNING_TRUE_PENDING = 2,  // a pay-out is on its way, levels were low
+    LOW_LEVEL_WARNING_TRUE = 3
+};
+
+/// Kind 1 of g_nApiVersionKind: long login and long messages.
+constexpr std::int32_t API_VERSION_KIND_LONG = 1;
+
+/// m_nCommandLevel of a device with the extended command set.
+constexpr std::int32_t EXTENDED_COMMAND_SET = 3;
+
+/// The most that eight digits hold.
+constexpr std::int32_t MAX_AMOUNT = 99999999;
+
+/// Name of the last device message. A name counts as there only once its message's fields are written,
+/// so that a wait that sees the name sees the fields too.
+class LastCallbackType {
+public:
+    /// Stores the name of a message whose fields are about to be written.
+    void begin(const std::string& name) { store(name, false); }
+
+    /// The fields are written.
+    void publish()
+    {
+        const std::lock_guard lock(m_lock);
+        m_bPublished = true;
+    }
+
+    void set(const std::string& name) { store(name, true); }
+    void clear() { store("", true); }
+
+    /// True if this is the name, which is empty then.
+    bool take(const std::string& name)
+    {
+        const std::lock_guard lock(m_lock);
+        if (!m_bPublished || m_name != name)
+            return false;
+        m_name.clear();
+        return true;
+    }
+
+private:
+    void store(const std::string& name, bool published)
+    {
+        const std::lock_guard lock(m_lock);
+        m_name = name;
+        m_bPublished = published;
+    }
+
+    std::mutex m_lock;
+    std::string m_name;
+    bool m_bPublished = true;
+};
+
+/// The last cash count that was read.
+struct CashCountResult {
+    std::mutex lock;
+    std::vector<CashCountRecord> coins;
+    std::vector<CashCountRecord> notes;
+};
+
+extern std::atomic<std::int32_t> g_TLState;
+extern std::atomic<std::int32_t> g_nLastCallbackStatus;
+extern std::atomic<std::int32_t> g_nLastCallbackMode;
+extern std::atomic<std::int32_t> g_nCurrentLowLevelWarningState;
+extern LastCallbackType g_sLastCallbackType;
+extern SharedText g_sLastDeviceMessage;  // operations empty it, so that the first answer is a change
+extern std::atomic<char> g_nLastCommand; // names the last command sent, see device/commands.h
+extern std::atomic<bool> g_bCommandMade; // the next status event is logged, repeated or not
+extern std::atomic<bool> g_bDeviceOpen;  // open for cash, as its last message says
+extern std::atomic<bool> g_bInitiated;   // as the exports see it
+extern std::atomic<std::int32_t> g_nApiVersionKind; // first digit of the device's "v" answer
+extern SharedText g_sApiVersion;
+extern SharedText g_sMasterVersion;
+extern SharedText g_sSupportedCommands;
+extern std::atomic<std::int32_t> g_nCallbackDepth; // application callbacks in progress
+
+extern std::atomic<std::int32_t> g_nAmountPaidIn;  // by the device's last message
+extern std::atomic<std::int32_t> g_nAskPayoutRest; // what the device can't make up of the amount asked
+extern std::atomic<std::int32_t> g_nAskPayoutAmount;
+extern std::atomic<bool> g_bAskPayoutDone;     // an ask succeeded and no pay-out has used it up
+extern std::atomic<bool> g_bSendingPayCommand; // status messages raise no event meanwhile
+
+extern SharedText g_sCountParts; // parts of a cash count so far
+extern SharedText g_sEParts;     // parts of an administration answer so far, joined with "|"
+extern CashCountResult g_cashCountResult;

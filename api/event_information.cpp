@@ -13,7 +13,7 @@ std::int16_t fetchCall(const char* name, FetchText fetch, char* extInfo)
     std::string fetched;
     const auto told = [&](const std::string&) { return compose("extInfo=", fetched); };
     return Call(name, compose(name, "(extInfo) called from ActiveX API"))
-        .required("extInfo", extInfo)
+        .requiredByLog("extInfo parameter is null", extInfo)
         .initiated()
         .run(
             [&](std::string&) {
@@ -42,8 +42,8 @@ std::int16_t getErrorInfoTL(char* errorText, char* extInfo)
     std::string info;
     const auto told = [&](const std::string&) { return compose("errorText=", error, ": extInfo=", info); };
     return Call("getErrorInfoTL", "getErrorInfoTL(errorText, extInfo) called from ActiveX API")
-        .required("errorText", errorText)
-        .required("extInfo", extInfo)
+        .requiredByLog("errorText parameter is null", errorText)
+        .requiredByLog("extInfo parameter is null", extInfo)
         .initiated()
         .run(
             [&](std::string&) {
@@ -65,11 +65,11 @@ std::int16_t getLevelWarningInfoTL(std::int32_t* warningType, char* chTypeString
     std::string warning;
     std::string info;
     return Call("getLevelWarningInfoTL", "getLevelWarningInfoTL(extInfo) called from ActiveX API")
-        .required("warningType", hasWarningType ? warningType : nullptr)
-        .required("chTypeString", chTypeString)
-        .required("chDenominationString", chDenominationString)
-        .required("chWarningMessage", chWarningMessage)
-        .required("extInfo", extInfo)
+        .requiredByLog("warningType parameter is null", hasWarningType ? warningType : nullptr)
+        .requiredByLog("chTypeString parameter is null", chTypeString)
+        .requiredByLog("chDenominationString parameter is null", chDenominationString)
+        .requiredByLog("chWarningMessage parameter is null", chWarningMessage)
+        .requiredByLog("extInfo parameter is null", extInfo)
         .initiated()
         .run(
             [&](std::string&) {

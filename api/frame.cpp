@@ -15,7 +15,7 @@ void handOut(const std::string& text, char* buffer)
 Call::Call(const char* name, const std::string& callText, char* message) : Call(name, callText)
 {
     m_pMessage = message;
-    required("message", message);
+    requiredByLog("message parameter is null", message);
 }
 
 Call::Call(const char* name, const std::string& callText) : m_sName(name), m_pMessage(nullptr)
@@ -23,12 +23,18 @@ Call::Call(const char* name, const std::string& callText) : m_sName(name), m_pMe
     logLine(callText, LOG_APP_IN, LOG_FILE_API);
 }
 
-Call& Call::required(const char* parameter, const void* pointer)
+Call& Call::required(LanguageKey words, const void* pointer)
 {
-    if (pointer != nullptr)
-        return *this;
-    const std::string words = compose(parameter, " parameter is null");
-    return refuse(TL_STATUS_INPUT_PARAM_ERROR, "TL_STATUS_INPUT_PARAM_ERROR", words, words);
+    return pointer != nullptr
+               ? *this
+               : refuse(TL_STATUS_INPUT_PARAM_ERROR, "TL_STATUS_INPUT_PARAM_ERROR", words.text(), words);
+}
+
+Call& Call::requiredByLog(const char* words, const void* pointer)
+{
+    if (accepted() && pointer == nullptr)
+        logRefusal(TL_STATUS_INPUT_PARAM_ERROR, "TL_STATUS_INPUT_PARAM_ERROR", words);
+    return *this;
 }
 
 Call& Call::initiated(const std::function<std::string()>& clear)
@@ -39,17 +45,21 @@ Call& Call::initiated(const std::function<std::string()>& clear)
     return refuse(TL_STATUS_ERROR, "TL_STATUS_ERROR", cleared + "Not initiated", "Not initiated");
 }
 
-Call& Call::refuse(std::int16_t status, const char* statusName, const std::string& line,
-                   const std::string& key)
+Call& Call::refuse(std::int16_t status, const char* statusName, const std::string& line, LanguageKey key)
 {
     if (!accepted())
         return *this;
-    m_refusal = status;
-    logLineTwice(compose(m_sName, ": Failed! Returning ", status, " (", statusName, "): ", line), LOG_ERROR,
-                 LOG_FILE_API, LOG_FILE_ERROR);
+    logRefusal(status, statusName, line);
     if (m_pMessage != nullptr)
         handOut(lookupText(key), m_pMessage);
     return *this;
+}
+
+void Call::logRefusal(std::int16_t status, const char* statusName, const std::string& line)
+{
+    m_refusal = status;
+    logLineTwice(compose(m_sName, ": Failed! Returning ", status, " (", statusName, "): ", line), LOG_ERROR,
+                 LOG_FILE_API, LOG_FILE_ERROR);
 }
 
 std::int16_t Call::run(const Operation& operation, const Outcome& onFailure, const Outcome& onSuccess)

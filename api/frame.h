@@ -4,6 +4,7 @@
 
 #include "api/tllogics.h"
 #include "diag/compose.h"
+#include "diag/language_keys.h"
 
 #include <cstdint>
 #include <functional>
@@ -47,14 +48,17 @@ public:
     /// An export without a message: its failures show in the status and the log alone.
     Call(const char* name, const std::string& callText);
 
-    Call& required(const char* parameter, const void* pointer);
+    /// A parameter that must not be null; "words" say so in the log and the message.
+    Call& required(LanguageKey words, const void* pointer);
+
+    /// The same for an export without a message: the words reach the log alone.
+    Call& requiredByLog(const char* words, const void* pointer);
 
     /// "clear" clears the results and tells them for the line, as in "open=0: ".
     Call& initiated(const std::function<std::string()>& clear = {});
 
     /// Any other test that failed: the line, and the key of the message.
-    Call& refuse(std::int16_t status, const char* statusName, const std::string& line,
-                 const std::string& key);
+    Call& refuse(std::int16_t status, const char* statusName, const std::string& line, LanguageKey key);
 
     bool accepted() const { return !m_refusal.has_value(); }
 
@@ -65,6 +69,8 @@ public:
     static std::string justTheMessage(const std::string& message) { return message; }
 
 private:
+    void logRefusal(std::int16_t status, const char* statusName, const std::string& line);
+
     const char* m_sName;
     char* m_pMessage;
     std::optional<std::int16_t> m_refusal;

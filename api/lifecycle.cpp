@@ -12,7 +12,7 @@ namespace {
 /// What a port type other than RS232 gets: a line of its own, and the outcome.
 std::int16_t refusePortType(const std::string& type, const std::string& readerError, std::string& message)
 {
-    const auto refuse = [&](std::int16_t status, const std::string& line, const char* key) {
+    const auto refuse = [&](std::int16_t status, const std::string& line, LanguageKey key) {
         logLine(compose("initTL: Failed! Returning ", status, line, readerError), LOG_FAILURE, LOG_FILE_API);
         message = lookupText(key);
         return status;

@@ -63,7 +63,7 @@ std::int16_t askPayout2TL(std::int32_t amount, std::int32_t* amountRest, char* m
 {
     const OutVariable rest(amountRest);
     return Call("askPayout2TL", compose("askPayout2TL(", amount, ", amountRest, message)"), message)
-        .required("amountRest", amountRest)
+        .required("amountRest parameter is null", amountRest)
         .initiated()
         .run([&](std::string& text) { return g_logic.askPayout(amount, *rest, text); }, withRest(*rest),
              withRest(*rest));
@@ -96,7 +96,7 @@ std::int16_t payout2TL(std::int32_t amountDispense, std::int32_t amountDeposit, 
                 compose("payout2TL(", amountDispense, ", ", amountDeposit, ", \"", id,
                         "\", amountRest, message)"),
                 message)
-        .required("amountRest", amountRest)
+        .required("amountRest parameter is null", amountRest)
         .initiated()
         .run(
             [&](std::string& text) { return g_logic.payout(amountDispense, amountDeposit, id, *rest, text); },
@@ -110,7 +110,7 @@ std::int16_t amountDueTL(std::int32_t amountDue, const char* transactionId, std:
     const OutVariable rest(amountRest);
     return Call("amountDueTL", compose("amountDueTL(", amountDue, ", \"", id, "\", amountRest, message)"),
                 message)
-        .required("amountRest", amountRest)
+        .required("amountRest parameter is null", amountRest)
         .initiated()
         .run([&](std::string& text) { return g_logic.amountDue(amountDue, id, *rest, text); },
              withRest(*rest), withRest(*rest));

@@ -21,7 +21,7 @@ std::int16_t isOpenTL(std::uint32_t* open, char* message)
 {
     const auto opened = [open](const std::string& text) { return compose("open=", *open, ": ", text); };
     return Call("isOpenTL", "isOpenTL(open, message)", message)
-        .required("open", open)
+        .required("open parameter is null", open)
         .initiated([open] {
             *open = 0;
             return std::string("open=0: ");
@@ -33,10 +33,10 @@ std::int16_t infoTL(std::uint32_t* level, char* commands, char* master, char* in
 {
     const auto levelTold = [level](const std::string& text) { return compose("level=", *level, ": ", text); };
     return Call("infoTL", "infoTL(level, commands, master, info, message)", message)
-        .required("level", level)
-        .required("commands", commands)
-        .required("master", master)
-        .required("info", info)
+        .required("level parameter is null", level)
+        .required("commands parameter is null", commands)
+        .required("master parameter is null", master)
+        .required("info parameter is null", info)
         .initiated([&] {
             *level = 0;
             for (char* const text : {commands, master, info})

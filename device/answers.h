@@ -2,12 +2,13 @@
 #pragma once
 
 #include "api/tllogics.h"
+#include "diag/language_keys.h"
 
 #include <cstdint>
 #include <string>
 
 struct AnswerMeaning {
-    const char* key;
+    LanguageKey key;
     std::int16_t status;
 };
 

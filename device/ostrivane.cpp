@@ -31,7 +31,7 @@ std::int16_t done(std::string& message)
     return TL_STATUS_OK;
 }
 
-std::int16_t failed(std::string& message, const char* key)
+std::int16_t failed(std::string& message, LanguageKey key)
 {
     message = lookupText(key);
     return TL_STATUS_ERROR;
@@ -59,7 +59,7 @@ std::int16_t COstrivane::loadTheComLibrary(std::string& message)
     bind(fp_tl_002, m_hLibrary, "tl_002");
     bind(fp_tl_loggedout, m_hLibrary, "tl_loggedout"); // may be missing: only a failed login needs it
 
-    const auto refuse = [&](const char* slotName, const char* key) {
+    const auto refuse = [&](const char* slotName, LanguageKey key) {
         logDebug(compose("COstrivane::loadTheComLibrary: ", slotName, " == NULL"));
         platform::freeModule(m_hLibrary);
         unbind();

@@ -43,7 +43,13 @@ std::string TLLangSupport::getLangFilePath()
     return g_pLangFile == nullptr ? "" : g_pLangFile->Path();
 }
 
-std::string lookupText(const std::string& key)
+std::string lookupText(LanguageKey key)
 {
-    return TLLangSupport::lookupText(key);
+    return TLLangSupport::lookupText(key.text());
+}
+
+std::string translationOr(const std::string& key, const std::string& otherwise)
+{
+    const std::string translation = TLLangSupport::lookupText(key);
+    return translation == key ? otherwise : translation;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "config/ini_file.h"
+#include "diag/language_keys.h"
 
 #include <memory>
 #include <mutex>
@@ -9,7 +10,10 @@
 
 /// The language file's text for a key, and the key itself where there is none. The file is read once, at
 /// the first call. Any thread.
-std::string lookupText(const std::string& key);
+std::string lookupText(LanguageKey key);
+
+/// The language file's text for a key made at run time if it has one, else "otherwise".
+std::string translationOr(const std::string& key, const std::string& otherwise);
 
 class TLLangSupport {
 public:

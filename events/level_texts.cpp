@@ -39,14 +39,10 @@ std::int32_t scaledByDecimals(std::int32_t number)
 }
 
 /// The word of a warning type: the language file's own for the device's code, or the plain one.
-std::string wordFor(std::int32_t code, const char* plainKey)
+std::string wordFor(std::int32_t code, LanguageKey plainKey)
 {
-    const std::string key = compose("Warning Code ", code);
-    if (code > 0) {
-        if (const std::string translation = lookupText(key); translation != key)
-            return translation;
-    }
-    return lookupText(plainKey);
+    const std::string plain = lookupText(plainKey);
+    return code > 0 ? translationOr(compose("Warning Code ", code), plain) : plain;
 }
 
 std::int16_t denominationFailed()
@@ -99,12 +95,6 @@ std::int16_t readLowOrEmpty(const std::string& text, CashLevel& level, std::int3
 }
 
 } // namespace
-
-std::string translationOr(const std::string& key, const std::string& otherwise)
-{
-    const std::string translation = lookupText(key);
-    return translation == key ? otherwise : translation;
-}
 
 std::int16_t getCashLevels(const std::string& strMessage, CashLevel& level, std::int32_t code)
 {

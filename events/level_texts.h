@@ -30,6 +30,3 @@ std::int16_t getSessionInfo(const std::string& strMessage, std::int16_t& infoTyp
 
 /// True if the settings silence warnings for this denomination today.
 bool isFilteredLevelWarning(std::int32_t denomination);
-
-/// The language file's text for a key if it has one, else "otherwise".
-std::string translationOr(const std::string& key, const std::string& otherwise);

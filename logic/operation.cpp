@@ -104,7 +104,7 @@ std::int16_t Operation::done() const
     return TL_STATUS_OK;
 }
 
-std::int16_t Operation::refuse(std::int16_t status, const char* key, const std::string& line) const
+std::int16_t Operation::refuse(std::int16_t status, LanguageKey key, const std::string& line) const
 {
     m_message = lookupText(key);
     error(line);

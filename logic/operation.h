@@ -2,6 +2,7 @@
 // operations' own sources show where each of these stands and what differs.
 #pragma once
 
+#include "diag/language_keys.h"
 #include "logic/ctllogics.h"
 #include "logic/shared_state.h"
 
@@ -50,7 +51,7 @@ public:
 
     // Results: the message, the log line and the status to return.
     std::int16_t done() const;
-    std::int16_t refuse(std::int16_t status, const char* key, const std::string& line) const;
+    std::int16_t refuse(std::int16_t status, LanguageKey key, const std::string& line) const;
     std::int16_t failed(const char* what, std::int16_t result) const;
     std::int16_t timedOut(const char* what, std::int16_t waitResult) const;
 

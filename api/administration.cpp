@@ -73,11 +73,6 @@ void handOutRest(std::string text, const Rest& rest, const char* beforeCounts = 
     rest.notes.handOut(notes);
 }
 
-Call::Outcome withAmountRest(const std::uint32_t& amountRest)
-{
-    return [&amountRest](const std::string& text) { return compose("amountRest=", amountRest, ": ", text); };
-}
-
 } // namespace
 
 std::int16_t cashCountTL(CashCountRecord** coins, std::int32_t* nCoins, CashCountRecord** notes,
@@ -155,7 +150,7 @@ std::int16_t purgeTL(std::uint32_t number, CashCountRecord** coins, std::int32_t
                 handOutRest(coinsAndNotes, rest, "3", "4");
                 return result;
             },
-            withAmountRest(*restAmount));
+            withRest(*restAmount));
 }
 
 std::int16_t dispenseSpecifiedTL(std::int16_t type, CashCountRecord** coins, std::int32_t* nCoins,
@@ -181,5 +176,5 @@ std::int16_t dispenseSpecifiedTL(std::int16_t type, CashCountRecord** coins, std
                 handOutRest(coinsAndNotes, rest);
                 return result;
             },
-            withAmountRest(*restAmount));
+            withRest(*restAmount));
 }

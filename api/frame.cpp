@@ -9,7 +9,7 @@
 void handOut(const std::string& text, char* buffer)
 {
     if (buffer != nullptr)
-        std::memcpy(buffer, text.c_str(), text.size() + 1);
+        std::strcpy(buffer, text.c_str()); // up to the first NUL, as the application reads it
 }
 
 Call::Call(const char* name, const std::string& callText, char* message) : Call(name, callText)

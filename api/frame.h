@@ -30,7 +30,7 @@ public:
     Value& operator*() const { return *m_pVariable; }
 
 private:
-    Value m_standIn{};
+    mutable Value m_standIn{}; // written through a const wrapper, as a pointer's target is
     Value* const m_pVariable;
 };
 
@@ -76,7 +76,16 @@ private:
     std::optional<std::int16_t> m_refusal;
 };
 
-/// "<name>: value, value, NULL, message)" for the callbacks of a registration.
+/// An outcome that tells the rest before the message.
+template <typename Amount>
+Call::Outcome withRest(const Amount& amountRest)
+{
+    return [&amountRest](const std::string& message) {
+        return compose("amountRest=", amountRest, ": ", message);
+    };
+}
+
+/// "<name>(value, value, NULL, message)" for the callbacks of a registration.
 template <typename... Callbacks>
 std::string registrationText(const char* name, Callbacks... callbacks)
 {

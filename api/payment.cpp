@@ -15,11 +15,6 @@ std::int16_t plainCall(const char* name, PlainOperation operation, char* message
     });
 }
 
-Call::Outcome withRest(const std::int32_t& amountRest)
-{
-    return [&amountRest](const std::string& text) { return compose("amountRest=", amountRest, ": ", text); };
-}
-
 } // namespace
 
 std::int16_t enablePayinTL(char* message)

@@ -7,6 +7,21 @@
 #include <limits>
 #include <new>
 
+namespace {
+
+/// With malloc and not new: the application gives it back with free.
+CashCountRecord* newArray(const std::vector<CashCountRecord>& records)
+{
+    const std::size_t room = std::max<std::size_t>(records.size(), 1);
+    auto* const array = static_cast<CashCountRecord*>(std::calloc(room, sizeof(CashCountRecord)));
+    if (array == nullptr)
+        throw std::bad_alloc();
+    std::copy(records.begin(), records.end(), array);
+    return array;
+}
+
+} // namespace
+
 std::vector<CashCountRecord> RecordList::given() const
 {
     if (m_ppRecords == nullptr || *m_ppRecords == nullptr || m_pCount == nullptr || *m_pCount <= 0)
@@ -16,17 +31,10 @@ std::vector<CashCountRecord> RecordList::given() const
 
 void RecordList::handOut(const std::vector<CashCountRecord>& records) const
 {
+    if (m_ppRecords != nullptr)
+        *m_ppRecords = newArray(records);
     if (m_pCount != nullptr)
         *m_pCount = static_cast<std::int32_t>(records.size());
-    if (m_ppRecords == nullptr)
-        return;
-    // malloc and not new: the application gives it back with free.
-    const std::size_t room = std::max<std::size_t>(records.size(), 1);
-    auto* const array = static_cast<CashCountRecord*>(std::calloc(room, sizeof(CashCountRecord)));
-    if (array == nullptr)
-        throw std::bad_alloc();
-    std::copy(records.begin(), records.end(), array);
-    *m_ppRecords = array;
 }
 
 std::string listOf(const std::vector<CashCountRecord>& records)
@@ -39,20 +47,22 @@ std::string listOf(const std::vector<CashCountRecord>& records)
 
 std::int32_t amountOf(const std::vector<CashCountRecord>& records, const std::vector<CashCountRecord>& more)
 {
-    // One product fits 64 bits, many of them need not: an estimate tells whether the exact sum wrapped.
-    using Limits = std::numeric_limits<std::int32_t>;
-    double estimate = 0.0;
-    std::uint64_t sum = 0;
+    // One product fits 64 bits, many of them need not: the halves are summed apart.
+    constexpr std::int64_t HALF = std::int64_t{1} << 32;
+    std::int64_t high = 0;
+    std::int64_t low = 0;
     for (const auto* const list : {&records, &more}) {
         for (const CashCountRecord& record : *list) {
             const std::int64_t amount = static_cast<std::int64_t>(record.nDenomination) * record.nCount;
-            estimate += static_cast<double>(amount);
-            sum += static_cast<std::uint64_t>(amount);
+            high += amount / HALF;
+            low += amount % HALF;
         }
     }
-    constexpr double SAFE = 4e18;
-    if (estimate > SAFE || estimate < -SAFE)
-        return estimate > 0 ? Limits::max() : Limits::min();
-    return static_cast<std::int32_t>(
-        std::clamp<std::int64_t>(static_cast<std::int64_t>(sum), Limits::min(), Limits::max()));
+    high += low / HALF;
+    low %= HALF;
+    constexpr std::int64_t MOST = std::numeric_limits<std::int32_t>::max();
+    constexpr std::int64_t LEAST = std::numeric_limits<std::int32_t>::min();
+    if (high > 1 || high < -1)
+        return static_cast<std::int32_t>(high > 0 ? MOST : LEAST);
+    return static_cast<std::int32_t>(std::clamp(high * HALF + low, LEAST, MOST));
 }

@@ -1,6 +1,7 @@
 // Exports that open and close a session, and tell what is known of the device.
 #include "api/frame.h"
 
+#include "diag/dates.h"
 #include "diag/log.h"
 #include "logic/ctllogics.h"
 #include "platform/clock.h"
@@ -9,10 +10,8 @@ namespace {
 
 void logDate(const char* name)
 {
-    const std::tm now = platform::localTime().calendar;
-    logLine(compose(name, ", date: ", leftPadded(now.tm_year + 1900, 4), "-", leftPadded(now.tm_mon + 1, 2),
-                    "-", leftPadded(now.tm_mday, 2)),
-            LOG_DEBUG, LOG_FILE_API);
+    logLine(compose(name, ", date: ", dateText(platform::localTime().calendar, "-")), LOG_DEBUG,
+            LOG_FILE_API);
 }
 
 } // namespace

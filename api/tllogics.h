@@ -14,10 +14,14 @@
  * - Amounts are in the currency's smallest unit, 0 to 99999999.
  * - Texts are narrow characters, ended by NUL. A null text reads as an empty one, and a result whose
  *   pointer is null is not handed out, except where TL_STATUS_INPUT_PARAM_ERROR is the answer.
- * - Before initTL, or after exitTL, the answer is TL_STATUS_ERROR with "Not initiated".
+ * - Before initTL, or after exitTL, the answer is TL_STATUS_ERROR with "Not initiated", except from the
+ *   registrations, initTL and changeSettingsTL.
+ * - Texts handed out besides "message" are the device's own, uncut: a few dozen characters from a working
+ *   device. Buffers of 1024 bytes leave ample room.
  *
  * What most operations answer when they can't be carried out:
- *   TL_STATUS_BUSY          the device stayed busy for 15 seconds
+ *   TL_STATUS_BUSY          the device stayed busy for 15 seconds (regretTL: 10, logoutTL: by the
+ *                           settings), or the command itself was answered so
  *   TL_STATUS_ERROR         the device is in its error status; resetTL is the way out
  *   TL_STATUS_CLOSED        nobody is logged in
  *   TL_STATUS_TIMEOUT       the device did not answer in time, or turned to error while it worked
@@ -56,7 +60,8 @@ extern "C" {
  */
 
 /* The device's status changed. amountOrRest: what the customer has paid in so far. nStatus: 0 ready,
- * 1 busy, 2 error, 3 ready with pay-in disabled. nMode: 0 closed, 1 open, 3 administration mode. */
+ * 1 busy, 2 error, 3 ready with pay-in disabled. nMode: 0 closed, 1 open, 2 not opened after a login,
+ * 3 administration mode. */
 typedef void (*TLStatusEvent)(int32_t amountOrRest, uint16_t nStatus, uint16_t nMode);
 
 /* The device reported an error. errorText: the language file's text for "Error Code <errorCode>",
@@ -168,8 +173,8 @@ int16_t logoutTL(char* message);
 int16_t isOpenTL(uint32_t* open, char* message);
 
 /* What is known of the device since login. level: 0 nothing, 1 its commands, 2 its version text too.
- * commands: its command letters. master: its version "NN.NN". info: its version text. Buffers of 256
- * bytes serve. TL_STATUS_CLOSED, and nothing written, while nobody is logged in. */
+ * commands: its command letters. master: its version "NN.NN". info: its version text. TL_STATUS_CLOSED, and
+ * nothing written, while nobody is logged in. */
 int16_t infoTL(uint32_t* level, char* commands, char* master, char* info, char* message);
 
 /* ---- Payment ----
@@ -254,7 +259,7 @@ int16_t completeCashCountTL(CashCountRecord** coins, int32_t* nCoins, CashCountR
 /* ---- Texts of events that came as window messages ----
  *
  * Each call hands out and removes the oldest text of its kind; at most 100 are kept. With none left the
- * texts are empty and the answer is TL_STATUS_OK. Buffers of 256 bytes serve. No text may be null.
+ * texts are empty and the answer is TL_STATUS_OK. No text may be null.
  */
 int16_t getErrorInfoTL(char* errorText, char* extInfo);
 int16_t getCashLevelInfoTL(char* extInfo);

@@ -15,6 +15,14 @@ public:
 
     void clear() { set(""); }
 
+    /// Adds "text" behind what is there, and "separator" between the two if anything is. The whole.
+    std::string append(const std::string& text, const std::string& separator = "")
+    {
+        const std::lock_guard lock(m_lock);
+        m_text += (m_text.empty() ? "" : separator) + text;
+        return m_text;
+    }
+
     std::string get() const
     {
         const std::lock_guard lock(m_lock);

@@ -5,17 +5,16 @@
 #include "diag/language_keys.h"
 
 #include <cstdint>
-#include <string>
 
 struct AnswerMeaning {
     LanguageKey key;
     std::int16_t status;
 };
 
-/// By the third character; the first two repeat the command.
-inline AnswerMeaning meaningOf(const std::string& answer)
+/// By the answer's third character; the first two repeat the command.
+inline AnswerMeaning meaningOf(char statusCharacter)
 {
-    switch (answer.size() > 2 ? answer[2] : '\0') {
+    switch (statusCharacter) {
     case '0':
         return {"Done", TL_STATUS_OK};
     case '1':

@@ -4,11 +4,12 @@
 #include "api/tllogics.h"
 #include "config/numbers.h"
 #include "diag/compose.h"
+#include "diag/dates.h"
 #include "diag/language.h"
 #include "diag/log.h"
 #include "platform/clock.h"
+#include "platform/process.h"
 
-#include <cstdlib>
 #include <ctime>
 
 namespace {
@@ -96,10 +97,9 @@ std::int16_t COstrivane::login(const std::string& loginText, std::string& messag
     static constexpr std::size_t BUFFER_SIZE = 80; // of the device's login record, with its NUL
     static constexpr std::size_t TEXT_START = 15;
     if (TEXT_START + loginText.size() >= BUFFER_SIZE)
-        std::abort(); // by contract: no status tells of a login text that long
+        platform::endProcess(); // by contract: no status tells of a login text that long
     const std::tm now = platform::localTime().calendar;
-    return send(compose('a', leftPadded(now.tm_year + 1900, 4), leftPadded(now.tm_mon + 1, 2),
-                        leftPadded(now.tm_mday, 2), leftPadded(now.tm_hour, 2), leftPadded(now.tm_min, 2),
+    return send(compose('a', dateText(now), leftPadded(now.tm_hour, 2), leftPadded(now.tm_min, 2),
                         leftPadded(static_cast<std::int64_t>(loginText.size()), 2), loginText),
                 message);
 }

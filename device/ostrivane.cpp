@@ -113,7 +113,7 @@ std::int16_t COstrivane::my_tl_002(const std::string& command, std::string& answ
     AnswerBuffer buffer{};
     fp_tl_002(command.c_str(), buffer.data());
     answer = textOf(buffer);
-    const AnswerMeaning meaning = meaningOf(answer);
+    const AnswerMeaning meaning = meaningOf(buffer[2]);
     message = lookupText(meaning.key);
     return meaning.status;
 }

@@ -8,12 +8,14 @@
 #include <string>
 
 // The communication library's functions. What they return, if anything, is not looked at.
-using DeviceCallback = int (*)(const char* message);
-using InitiateFunction = void (*)(DeviceCallback callback, const char* portName, char* answer,
-                                  std::int16_t* returnCode);
-using DiniFunction = void (*)(void* object, char* message);
-using CommandFunction = void (*)(const char* command, char* answer);
-using LoggedOutFunction = void (*)(const char* text, char* answer);
+extern "C" {
+typedef int (*DeviceCallback)(const char* message);
+typedef void (*InitiateFunction)(DeviceCallback callback, const char* portName, char* answer,
+                                 std::int16_t* returnCode);
+typedef void (*DiniFunction)(void* object, char* message);
+typedef void (*CommandFunction)(const char* command, char* answer);
+typedef void (*LoggedOutFunction)(const char* text, char* answer);
+}
 
 /// Room for what the communication library writes; it needs 80 bytes and is given many more.
 using AnswerBuffer = std::array<char, 1024>;

@@ -1,6 +1,7 @@
 #include "diag/log.h"
 
 #include "diag/compose.h"
+#include "diag/dates.h"
 #include "platform/files.h"
 
 #include <algorithm>
@@ -23,7 +24,7 @@ std::string formatted(const platform::LocalTime& time, const char* format)
 
 std::string dateOf(const platform::LocalTime& time)
 {
-    return formatted(time, "%Y-%m-%d");
+    return dateText(time.calendar, "-");
 }
 
 // Names as the C locale writes them: the host program's locale must not reach the file names.

@@ -133,14 +133,11 @@ void stepOfV(const DeviceMessage& message)
 bool stepOfJ(const std::string& raw)
 {
     logDebug(compose("ctllogics.callbackfunc: J command=", raw));
-    std::string parts = g_sCountParts.get();
     if (raw.back() == '~') {
-        parts += raw.substr(1, raw.size() - 2);
-        g_sCountParts.set(parts);
-        logDebug(compose("this is part=", parts));
+        logDebug(compose("this is part=", g_sCountParts.append(raw.substr(1, raw.size() - 2))));
         return true;
     }
-    parts += raw.substr(1);
+    std::string parts = g_sCountParts.append(raw.substr(1));
     logDebug(compose("it is the end of message =", parts));
     const std::int16_t result = formatCashCountResult(parts, g_cashCountResult);
     logDebug("received global coins and notes");
@@ -156,11 +153,7 @@ bool stepOfJ(const std::string& raw)
 void stepOfE(const std::string& raw)
 {
     logDebug(compose("ctllogics.callbackfunc: E command=", raw));
-    std::string parts = g_sEParts.get();
-    if (!parts.empty())
-        parts += '|';
-    parts += raw;
-    g_sEParts.set(parts);
+    const std::string parts = g_sEParts.append(raw, "|");
     if (raw.size() >= 3 && raw[raw.size() - 3] == '~') {
         logDebug(compose("this is e message part=", parts));
         return;
@@ -171,12 +164,11 @@ void stepOfE(const std::string& raw)
     g_sLastCallbackType.set("e-all");
 }
 
-void stepOfUnknown(const std::string& raw, DeviceMessage& message)
+void stepOfUnknown(const std::string& raw, const DeviceMessage& message)
 {
     g_nLastCallbackStatus = DEVICE_ERROR;
     g_nLastCallbackMode = message.nMode;
-    message.strMessage = compose("ctllogics.callbackfunc(?): Unknown command=", message.strCmd);
-    logError(raw); // the message itself says more than the line composed
+    logError(raw);
 }
 
 /// False if the message goes no further because nothing changed.

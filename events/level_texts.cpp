@@ -4,6 +4,7 @@
 #include "config/numbers.h"
 #include "config/settings.h"
 #include "diag/compose.h"
+#include "diag/dates.h"
 #include "diag/language.h"
 #include "diag/log.h"
 #include "logic/shared_state.h"

@@ -18,23 +18,22 @@ std::int16_t CTLLogics::cashCount(std::vector<CashCountRecord>& coins, std::vect
                                   std::string& message)
 {
     const Operation op(*this, "cashCount", message);
-    return count(op, "cashCount", COMMAND_CASH_COUNT, &COstrivane::cashCount, coins, notes, message);
+    return count(op, COMMAND_CASH_COUNT, &COstrivane::cashCount, coins, notes, message);
 }
 
 std::int16_t CTLLogics::completeCashCount(std::vector<CashCountRecord>& coins,
                                           std::vector<CashCountRecord>& notes, std::string& message)
 {
     const Operation op(*this, "completeCashCount", message);
-    return count(op, "completeCashCount", COMMAND_COMPLETE_CASH_COUNT, &COstrivane::completeCashCount, coins,
-                 notes, message);
+    return count(op, COMMAND_COMPLETE_CASH_COUNT, &COstrivane::completeCashCount, coins, notes, message);
 }
 
 /// Both counts: they differ in their command alone. Asked for in every state, an error included.
-std::int16_t CTLLogics::count(const Operation& op, const char* name, char letter, CountCommand command,
+std::int16_t CTLLogics::count(const Operation& op, char letter, CountCommand command,
                               std::vector<CashCountRecord>& coins, std::vector<CashCountRecord>& notes,
                               std::string& message)
 {
-    op.enter(compose("CTLLogics::", name, "()"));
+    op.enter(compose("CTLLogics::", op.name(), "()"));
     if (const auto refusal = op.busyGate(Ready::PayinEnabledOrDisabled, BUSY_TIMEOUT, OnError::GoOn))
         return *refusal;
     g_bAskPayoutDone = false;
@@ -46,7 +45,7 @@ std::int16_t CTLLogics::count(const Operation& op, const char* name, char letter
     const std::int16_t answered = waitForCallback("j-all", COUNT_TIMEOUT);
     logDebug("finished wait for CALLBACK_TYPE_J_ALL_PARTS");
     if (answered == TL_STATUS_TIMEOUT)
-        return op.refuse(TL_STATUS_TIMEOUT, "Timed out", compose(name, " timed out"));
+        return op.refuse(TL_STATUS_TIMEOUT, "Timed out", compose(op.name(), " timed out"));
     if (answered == TL_STATUS_ERROR)
         return op.deviceHasErrors();
     {
@@ -56,6 +55,6 @@ std::int16_t CTLLogics::count(const Operation& op, const char* name, char letter
     }
     logDebug("results combined!");
     message = lookupText("Done");
-    logDebug(compose("CTLLogics::", name, " returning status = Ok."));
+    logDebug(compose("CTLLogics::", op.name(), " returning status = Ok."));
     return TL_STATUS_OK;
 }

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -49,7 +50,7 @@ public:
                        std::string& message);
     std::int16_t logout(std::string& message);
     std::int16_t isOpen(std::uint32_t& open, std::string& message);
-    std::int16_t info(std::uint32_t& level, std::string& commands, std::string& master, std::string& info,
+    std::int16_t info(std::uint32_t& level, std::string& commands, std::string& master, std::string& version,
                       std::string& message);
 
     // Pay-in
@@ -133,15 +134,15 @@ private:
     bool mustAskFirst(const Operation& op, std::int32_t amount, const char* toPay) const;
     std::int16_t askBeforePaying(const Operation& op, std::int32_t amount, std::int32_t& amountRest,
                                  std::string& message);
-    bool limitApplies(const Operation& op);
+    std::optional<PayOutLimit> purgeForLimit(const Operation& op);
     void addToPaidOutList(const Operation& op, std::int32_t amount);
     void markLowLevelPending(const Operation& op) const;
 
     // What change and regret share.
-    std::int16_t waitForMoneyBack(const Operation& op, std::int32_t paidIn, int okCheckSetting) const;
+    std::int16_t waitForMoneyBack(const Operation& op, std::int32_t paidIn, SettingNumber okCheck) const;
 
     using CountCommand = std::int16_t (COstrivane::*)(std::string& message);
-    std::int16_t count(const Operation& op, const char* name, char letter, CountCommand command,
+    std::int16_t count(const Operation& op, char letter, CountCommand command,
                        std::vector<CashCountRecord>& coins, std::vector<CashCountRecord>& notes,
                        std::string& message);
 

@@ -34,15 +34,13 @@ std::int16_t CTLLogics::dispense(std::int32_t amountDispense, const std::string&
             asked != TL_STATUS_OK)
             return asked;
     }
-    if (limitApplies(op)) {
-        const std::int32_t limit = m_settings.getIntSetting(PayOutAmountPerTimeLimitAmount);
-        const std::int32_t seconds = m_settings.getIntSetting(PayOutAmountPerTimeLimitSeconds);
+    if (const auto limit = purgeForLimit(op)) {
         const std::int32_t sum = m_paidOutList.sum();
-        if (wrappingAdd(sum, amountDispense) > limit) {
+        if (wrappingAdd(sum, amountDispense) > limit->amount) {
             op.info(compose("sumPaidOutAmount = ", sum, ", amountDispense = ", amountDispense));
             return op.refuse(TL_STATUS_PAYOUT_LIMIT, "Payout larger than allowed limit per time unit",
-                             compose("(", sum, " + ", amountDispense, " > ", limit,
-                                     "), Payout larger than allowed limit per time unit: ", seconds,
+                             compose("(", sum, " + ", amountDispense, " > ", limit->amount,
+                                     "), Payout larger than allowed limit per time unit: ", limit->seconds,
                                      " seconds!"));
         }
         addToPaidOutList(op, amountDispense);

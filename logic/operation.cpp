@@ -32,7 +32,7 @@ void Operation::error(const std::string& text) const
 
 Refusal Operation::busyGate(Ready ready, std::int64_t timeout, OnError onError) const
 {
-    const std::int16_t waited = waitWhileBusy(ready, timeout);
+    const std::optional<std::int16_t> waited = waitWhileBusy(ready, timeout);
     if (waited == TL_STATUS_TIMEOUT)
         return stillBusy();
     if (waited == TL_STATUS_ERROR && errorStops(onError))
@@ -42,10 +42,10 @@ Refusal Operation::busyGate(Ready ready, std::int64_t timeout, OnError onError) 
     return std::nullopt;
 }
 
-std::int16_t Operation::waitWhileBusy(Ready ready, std::int64_t timeout) const
+std::optional<std::int16_t> Operation::waitWhileBusy(Ready ready, std::int64_t timeout) const
 {
     if (g_nLastCallbackStatus != DEVICE_BUSY)
-        return TL_STATUS_OK;
+        return std::nullopt;
     info("Tellarion is Busy. Wait for Ok");
     return ready == Ready::PayinEnabledOnly
                ? m_logic.waitForStatus(DEVICE_READY, timeout)

@@ -37,7 +37,8 @@ public:
     /// While the device is busy, waits "timeout" milliseconds for it; then looks for the error status.
     Refusal busyGate(Ready ready, std::int64_t timeout, OnError onError) const;
 
-    std::int16_t waitWhileBusy(Ready ready, std::int64_t timeout) const;
+    /// The wait's result, or nothing if the device isn't busy.
+    std::optional<std::int16_t> waitWhileBusy(Ready ready, std::int64_t timeout) const;
     std::int16_t stillBusy() const;
     std::int16_t deviceHasErrors() const;
 
@@ -55,6 +56,8 @@ public:
     std::int16_t failed(const char* what, std::int16_t result) const;
     std::int16_t timedOut(const char* what, std::int16_t waitResult) const;
 
+    const char* name() const { return m_sName; }
+
     /// "<what> failed, return code = <result>, message = <message>", headed by the operation.
     std::string failureLine(const char* what, std::int16_t result) const;
 
@@ -71,10 +74,11 @@ private:
 template <typename Send>
 std::int16_t sendPayCommand(Send send)
 {
-    g_bSendingPayCommand = true;
-    const std::int16_t result = send();
-    g_bSendingPayCommand = false;
-    return result;
+    struct Sending {
+        Sending() { g_bSendingPayCommand = true; }
+        ~Sending() { g_bSendingPayCommand = false; }
+    } const sending;
+    return send();
 }
 
 /// How long the gate waits for a busy device, where the operation doesn't say otherwise.

@@ -9,6 +9,12 @@ struct PaidOutEntry {
     std::int32_t nAmount;
 };
 
+/// The most that may be paid out within a time.
+struct PayOutLimit {
+    std::int32_t amount;
+    std::int32_t seconds;
+};
+
 /// Newest at the front. Nothing but a purge removes entries: a failed pay-out may have been paid.
 class PaidOutList {
 public:

@@ -13,14 +13,13 @@ std::int16_t CTLLogics::enablePayin(std::string& message)
     op.enter("CTLLogics::enablePayin()");
 
     // The gate, with two lines of its own about the wait.
-    if (g_nLastCallbackStatus == DEVICE_BUSY) {
-        const std::int16_t nStatus = op.waitWhileBusy(Ready::PayinEnabledOrDisabled, BUSY_TIMEOUT);
-        op.info(compose("Tellarion was Busy. Got new status nStatus=", nStatus));
-        if (nStatus == TL_STATUS_TIMEOUT)
+    if (const auto nStatus = op.waitWhileBusy(Ready::PayinEnabledOrDisabled, BUSY_TIMEOUT)) {
+        op.info(compose("Tellarion was Busy. Got new status nStatus=", *nStatus));
+        if (*nStatus == TL_STATUS_TIMEOUT)
             return op.stillBusy();
-        if (nStatus == TL_STATUS_ERROR)
+        if (*nStatus == TL_STATUS_ERROR)
             return op.deviceHasErrors();
-        op.info(compose("The new status nStatus=", nStatus, " was neither TIMEOUT nor ERROR."));
+        op.info(compose("The new status nStatus=", *nStatus, " was neither TIMEOUT nor ERROR."));
     }
     if (g_nLastCallbackStatus == DEVICE_ERROR)
         return op.deviceHasErrors();

@@ -54,19 +54,17 @@ std::int16_t CTLLogics::payout(std::int32_t amountDispense, std::int32_t amountD
             asked != TL_STATUS_OK)
             return asked;
     }
-    if (limitApplies(op)) {
-        const std::int32_t limit = m_settings.getIntSetting(PayOutAmountPerTimeLimitAmount);
-        const std::int32_t seconds = m_settings.getIntSetting(PayOutAmountPerTimeLimitSeconds);
+    if (const auto limit = purgeForLimit(op)) {
         const std::int32_t sum = m_paidOutList.sum();
         op.info(compose("sumPaidInAmount = ", sum)); // "In", though it is what was paid out
         const std::int32_t difference = wrappingSubtract(amountDispense, amountDeposit);
-        if (wrappingAdd(sum, difference) > limit) {
+        if (wrappingAdd(sum, difference) > limit->amount) {
             op.info(compose("sumPaidOutAmount = ", sum, ", amountDispense = ", amountDispense,
                             ", amountDeposit = ", amountDeposit));
-            return op.refuse(TL_STATUS_PAYOUT_LIMIT, "Payout larger than allowed limit per time unit",
-                             compose("(", sum, " + (", amountDispense, " - ", amountDeposit, ") > ", limit,
-                                     "), Payout larger than allowed limit per time unit: ", seconds,
-                                     " seconds!"));
+            return op.refuse(
+                TL_STATUS_PAYOUT_LIMIT, "Payout larger than allowed limit per time unit",
+                compose("(", sum, " + (", amountDispense, " - ", amountDeposit, ") > ", limit->amount,
+                        "), Payout larger than allowed limit per time unit: ", limit->seconds, " seconds!"));
         }
         addToPaidOutList(op, difference);
     }

@@ -40,20 +40,20 @@ std::int16_t CTLLogics::askBeforePaying(const Operation& op, std::int32_t amount
     return result;
 }
 
-/// Tells and logs whether there is a limit; if so, the list is purged for it.
-bool CTLLogics::limitApplies(const Operation& op)
+/// The limit that is set, if any, with the list purged for it.
+std::optional<PayOutLimit> CTLLogics::purgeForLimit(const Operation& op)
 {
-    const std::int32_t limit = m_settings.getIntSetting(PayOutAmountPerTimeLimitAmount);
-    const std::int32_t seconds = m_settings.getIntSetting(PayOutAmountPerTimeLimitSeconds);
+    const PayOutLimit limit{m_settings.getIntSetting(PayOutAmountPerTimeLimitAmount),
+                            m_settings.getIntSetting(PayOutAmountPerTimeLimitSeconds)};
     const std::string settings =
-        compose("PayOutAmountPerTimeLimitAmount = ", limit, ", seconds limit = ", seconds);
-    if (limit < 1) {
+        compose("PayOutAmountPerTimeLimitAmount = ", limit.amount, ", seconds limit = ", limit.seconds);
+    if (limit.amount < 1) {
         op.info(settings + ", not checking paid out amounts.");
-        return false;
+        return std::nullopt;
     }
     op.info(settings + ", checking paid out amounts. Purging paid out list...");
-    m_paidOutList.purge(platform::wallClockSeconds(), seconds);
-    return true;
+    m_paidOutList.purge(platform::wallClockSeconds(), limit.seconds);
+    return limit;
 }
 
 /// Stays there whatever becomes of the pay-out: a failed one may have been paid.
@@ -67,13 +67,13 @@ void CTLLogics::markLowLevelPending(const Operation& op) const
 {
     // Exchanged and not stored: a warning that comes in meanwhile must not be lost.
     const auto mark = [&op](std::int32_t from, std::int32_t to, const char* name) {
+        std::int32_t expected = from;
+        if (!g_nCurrentLowLevelWarningState.compare_exchange_strong(expected, to))
+            return false;
         op.info(compose("Updating g_nCurrentLowLevelWarningState: ", from, " - > ", to, " (", name, ")"));
-        g_nCurrentLowLevelWarningState.compare_exchange_strong(from, to);
+        return true;
     };
-    const std::int32_t warning = g_nCurrentLowLevelWarningState;
-    if (warning == LOW_LEVEL_WARNING_FALSE)
-        mark(LOW_LEVEL_WARNING_FALSE, LOW_LEVEL_WARNING_FALSE_PENDING, "LOW_LEVEL_WARNING_FALSE_PENDING");
-    else if (warning == LOW_LEVEL_WARNING_TRUE)
+    if (!mark(LOW_LEVEL_WARNING_FALSE, LOW_LEVEL_WARNING_FALSE_PENDING, "LOW_LEVEL_WARNING_FALSE_PENDING"))
         mark(LOW_LEVEL_WARNING_TRUE, LOW_LEVEL_WARNING_TRUE_PENDING, "LOW_LEVEL_WARNING_TRUE_PENDING");
 }
 

@@ -10,14 +10,14 @@ namespace {
 
 /// What all members of the family do first: no callback may be missing, and the basic two are stored.
 template <typename RegisterBasic, typename... Callbacks>
-Refusal registerFamily(const Operation& op, const char* name, RegisterBasic registerBasic,
-                       const std::string& message, Callbacks... callbacks)
+Refusal registerFamily(const Operation& op, RegisterBasic registerBasic, const std::string& message,
+                       Callbacks... callbacks)
 {
-    op.enter(compose("CTLLogics::", name, "()"));
+    op.enter(compose("CTLLogics::", op.name(), "()"));
     if (((callbacks == nullptr) || ...))
         return op.refuse(TL_STATUS_INPUT_PARAM_ERROR, "empty callbacks", "empty callbacks");
     if (const std::int16_t result = registerBasic(); result != TL_STATUS_OK) {
-        logLineTwice(compose(name, ": registerBasicEvents failed! Returning ", result, ": ", message),
+        logLineTwice(compose(op.name(), ": registerBasicEvents failed! Returning ", result, ": ", message),
                      LOG_FAILURE, LOG_FILE_LOGIC, LOG_FILE_ERROR);
         return result;
     }
@@ -44,7 +44,7 @@ std::int16_t CTLLogics::registerEvents(TLStatusEvent status, TLErrorEvent error,
 {
     const Operation op(*this, "registerEvents", message);
     const auto basic = [&] { return registerBasicEvents(status, error, message); };
-    if (const auto refusal = registerFamily(op, "registerEvents", basic, message, status, error, cashLevel))
+    if (const auto refusal = registerFamily(op, basic, message, status, error, cashLevel))
         return *refusal;
     g_fnCashLevelEvent = cashLevel;
     return op.done();
@@ -55,8 +55,7 @@ std::int16_t CTLLogics::registerEvents2(TLStatusEvent status, TLErrorEvent error
 {
     const Operation op(*this, "registerEvents2", message);
     const auto basic = [&] { return registerBasicEvents(status, error, message); };
-    if (const auto refusal =
-            registerFamily(op, "registerEvents2", basic, message, status, error, cashLevel, cashSession))
+    if (const auto refusal = registerFamily(op, basic, message, status, error, cashLevel, cashSession))
         return *refusal;
     g_fnCashLevelEvent = cashLevel;
     g_fnCashSessionEvent = cashSession;
@@ -69,8 +68,7 @@ std::int16_t CTLLogics::registerEvents3(TLStatusEvent status, TLErrorEvent error
 {
     const Operation op(*this, "registerEvents3", message);
     const auto basic = [&] { return registerBasicEvents(status, error, message); };
-    if (const auto refusal =
-            registerFamily(op, "registerEvents3", basic, message, status, error, levelWarning, cashSession))
+    if (const auto refusal = registerFamily(op, basic, message, status, error, levelWarning, cashSession))
         return *refusal;
     g_fnLevelWarningEvent = levelWarning;
     g_fnCashSessionEvent = cashSession;
@@ -83,8 +81,8 @@ std::int16_t CTLLogics::registerEvents4(TLStatusEvent status, TLErrorEvent error
 {
     const Operation op(*this, "registerEvents4", message);
     const auto basic = [&] { return registerBasicEvents(status, error, message); };
-    if (const auto refusal = registerFamily(op, "registerEvents4", basic, message, status, error,
-                                            levelWarning, information, cashSession))
+    if (const auto refusal =
+            registerFamily(op, basic, message, status, error, levelWarning, information, cashSession))
         return *refusal;
     g_fnLevelWarningEvent = levelWarning;
     g_fnInformationEvent = information;
@@ -98,8 +96,8 @@ std::int16_t CTLLogics::registerEvents23(TLStatusEvent status, TLErrorEvent erro
 {
     const Operation op(*this, "registerEvents23", message);
     const auto basic = [&] { return registerBasicEvents(status, error, message); };
-    if (const auto refusal = registerFamily(op, "registerEvents23", basic, message, status, error, cashLevel,
-                                            levelWarning, cashSession))
+    if (const auto refusal =
+            registerFamily(op, basic, message, status, error, cashLevel, levelWarning, cashSession))
         return *refusal;
     g_fnCashLevelEvent = cashLevel;
     g_fnLevelWarningEvent = levelWarning;

@@ -5,6 +5,7 @@
 #include "device/commands.h"
 #include "device/ostrivane.h"
 #include "diag/compose.h"
+#include "diag/dates.h"
 #include "diag/language.h"
 #include "diag/log.h"
 #include "events/senders.h"
@@ -37,19 +38,11 @@ std::int32_t twoDigits(std::int32_t number)
     return std::abs(number % 100);
 }
 
-std::string today()
-{
-    const std::tm now = platform::localTime().calendar;
-    return compose(leftPadded(now.tm_year + 1900, 4), "-", leftPadded(now.tm_mon + 1, 2), "-",
-                   leftPadded(now.tm_mday, 2));
-}
-
 /// YYYYMMDDHHMMSSmmm
 std::string timeStamp()
 {
     const platform::LocalTime now = platform::localTime();
-    return compose(leftPadded(now.calendar.tm_year + 1900, 4), leftPadded(now.calendar.tm_mon + 1, 2),
-                   leftPadded(now.calendar.tm_mday, 2), leftPadded(now.calendar.tm_hour, 2),
+    return compose(dateText(now.calendar), leftPadded(now.calendar.tm_hour, 2),
                    leftPadded(now.calendar.tm_min, 2), leftPadded(now.calendar.tm_sec, 2),
                    leftPadded(now.milliseconds, 3));
 }
@@ -74,7 +67,7 @@ std::int16_t CTLLogics::login(std::int16_t loginNumber, const std::string& login
 {
     const Operation op(*this, "login", message);
     op.enter(compose("CTLLogics::login(", loginNumber, ",", loginText, ")"));
-    logDebug(compose("CTLLogics::login, date: ", today()));
+    logDebug(compose("CTLLogics::login, date: ", dateText(platform::localTime().calendar, "-")));
     const std::int32_t number = twoDigits(loginNumber);
     const std::int32_t digits = twoDigits(twoDigitValue(loginText));
 
@@ -264,7 +257,7 @@ std::int16_t CTLLogics::isOpen(std::uint32_t& open, std::string& message)
 }
 
 std::int16_t CTLLogics::info(std::uint32_t& level, std::string& commands, std::string& master,
-                             std::string& info, std::string& message)
+                             std::string& version, std::string& message)
 {
     const Operation op(*this, "info", message);
     op.enter("CTLLogics::info()");
@@ -274,9 +267,9 @@ std::int16_t CTLLogics::info(std::uint32_t& level, std::string& commands, std::s
     level = static_cast<std::uint32_t>(m_nLevel);
     commands = m_nLevel == 0 ? "ABCDEF" : m_sCommands;
     master = m_nLevel == 0 ? "" : m_sMaster;
-    info = m_nLevel == 0 ? "" : m_nLevel == 1 ? "Tellarion" : m_sInfo;
+    version = m_nLevel == 0 ? "" : m_nLevel == 1 ? "Tellarion" : m_sInfo;
     message = lookupText("Done");
-    op.info(compose("level=", level, ", commands=\"", commands, "\", master=\"", master, "\", info=\"", info,
-                    "\", message=\"", message, "\"."));
+    op.info(compose("level=", level, ", commands=\"", commands, "\", master=\"", master, "\", info=\"",
+                    version, "\", message=\"", message, "\"."));
     return TL_STATUS_OK;
 }

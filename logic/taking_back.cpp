@@ -76,14 +76,15 @@ std::int16_t CTLLogics::regret(std::int16_t regretType, std::string& message)
 }
 
 /// Follows the device through busy and, if the setting says so, back to ready.
-std::int16_t CTLLogics::waitForMoneyBack(const Operation& op, std::int32_t paidIn, int okCheckSetting) const
+std::int16_t CTLLogics::waitForMoneyBack(const Operation& op, std::int32_t paidIn,
+                                         SettingNumber okCheck) const
 {
     // With nothing paid in the device has nothing to do and never turns busy.
     if (paidIn > 0) {
         if (const std::int16_t waited = waitForStatus(DEVICE_BUSY, ANSWER_TIMEOUT); waited != TL_STATUS_OK)
             return op.timedOut("Start", waited);
     }
-    if (m_settings.getIntSetting(okCheckSetting) == 1) {
+    if (m_settings.getIntSetting(okCheck) == 1) {
         if (const std::int16_t waited =
                 waitForStatus(DEVICE_READY, DEVICE_READY_PAYIN_DISABLED, statusOkTimeout());
             waited != TL_STATUS_OK)

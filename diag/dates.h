@@ -1,0 +1,14 @@
+// Dates as texts.
+#pragma once
+
+#include "diag/compose.h"
+
+#include <ctime>
+#include <string>
+
+/// "20261122", or with a separator "2026-11-22".
+inline std::string dateText(const std::tm& calendar, const char* separator = "")
+{
+    return compose(leftPadded(calendar.tm_year + 1900, 4), separator, leftPadded(calendar.tm_mon + 1, 2),
+                   separator, leftPadded(calendar.tm_mday, 2));
+}

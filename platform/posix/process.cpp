@@ -1,0 +1,12 @@
+#include "platform/process.h"
+
+#include <cstdlib>
+
+namespace platform {
+
+void endProcess()
+{
+    std::abort();
+}
+
+} // namespace platform

@@ -1,0 +1,336 @@
+// Cash counts, administration, and the arrays in which coins and notes travel.
+#include "till.h"
+
+#include <cstdlib>
+#include <limits>
+
+namespace {
+
+struct Records {
+    CashCountRecord* coins = nullptr;
+    std::int32_t nCoins = -1;
+    CashCountRecord* notes = nullptr;
+    std::int32_t nNotes = -1;
+    std::uint32_t rest = 77;
+};
+
+std::string textOf(const CashCountRecord* records, std::int32_t count)
+{
+    std::string text;
+    for (std::int32_t i = 0; i < count; ++i) {
+        const CashCountRecord& record = records[i];
+        text +=
+            (i > 0 ? "," : "") + std::to_string(record.nDenomination) + ":" + std::to_string(record.nCount);
+        if (record.nRecycle != 0 || record.nTotal != 0)
+            text += ":" + std::to_string(record.nRecycle) + "=" + std::to_string(record.nTotal);
+    }
+    return text;
+}
+
+/// "coins;notes rest", and the arrays given back.
+std::string release(Records& records)
+{
+    if (records.coins == nullptr || records.notes == nullptr)
+        return "no arrays";
+    const std::string text =
+        textOf(records.coins, records.nCoins) + ";" + textOf(records.notes, records.nNotes);
+    std::free(records.coins);
+    std::free(records.notes);
+    const std::string rest = records.rest == 77 ? "" : " " + std::to_string(records.rest);
+    records = {};
+    return text + rest;
+}
+
+std::string count()
+{
+    Records got;
+    const std::string outcome = call(cashCountTL, &got.coins, &got.nCoins, &got.notes, &got.nNotes);
+    return outcome + " " + release(got);
+}
+
+std::string purge()
+{
+    Records got;
+    const std::string outcome =
+        call(purgeTL, 4u, &got.coins, &got.nCoins, &got.notes, &got.nNotes, &got.rest, "T1");
+    return outcome + " " + release(got);
+}
+
+std::string collect()
+{
+    Records got;
+    const std::string outcome =
+        call(collectToCashFloatTL, 1, &got.coins, &got.nCoins, &got.notes, &got.nNotes, &got.rest, "T1");
+    return outcome + " " + release(got);
+}
+
+std::string dispenseSpecified(std::vector<CashCountRecord> coins, std::vector<CashCountRecord> notes)
+{
+    Records got{coins.data(), static_cast<std::int32_t>(coins.size()), notes.data(),
+                static_cast<std::int32_t>(notes.size())};
+    const std::string outcome =
+        call(dispenseSpecifiedTL, 1, &got.coins, &got.nCoins, &got.notes, &got.nNotes, &got.rest, "T1");
+    // Refused by the frame: the application's own arrays still stand there.
+    return got.coins == coins.data() ? outcome + " untouched" : outcome + " " + release(got);
+}
+
+class Administration : public Till {
+protected:
+    /// Logged in with pay-in disabled, in administration mode or not.
+    void openFor(std::int32_t state, bool administration)
+    {
+        open();
+        device.say(head('a', 0, state == STATE_PAYIN_ENABLED ? 0 : 3, administration ? 3 : 1));
+        g_TLState = state;
+        forget();
+    }
+};
+
+TEST_F(Administration, ReadsCountTextsAtTheirEdges)
+{
+    struct Case {
+        std::vector<std::string> parts;
+        std::string outcome;
+    };
+    const std::vector<Case> cases{
+        {{"j100:5,50:3;1000:2."}, "0 Done 100:5,50:3;1000:2"},
+        {{"j100:5;1000:2"}, "0 Done 100:5;1000:2"},
+        {{"j100:5:2;1000:0:4."}, "0 Done 100:5:2=7;1000:0:4=4"},
+        {{"j;1000:2."}, "0 Done ;1000:2"},
+        {{"j1:1;2:2;3:3;4:4."}, "0 Done 1:1;2:2"},
+        {{"j100,x:y,:3;1000:2."}, "0 Done 100:0,0:0,0:3;1000:2"},
+        {{"j99999999999:-5;-7:2147483647:1."}, "0 Done 2147483647:-5;-7:2147483647:1=-2147483648"},
+        {{"j~", "j1~", "j0~", "j0:5~", "j;~", "j1000:2~", "j."}, "0 Done 100:5;1000:2"},
+        {{"j100:5;1000:2~", "j"}, "0 Done 100:5;1000:2"},
+        {{"j100:5;."}, "2 Tellarion has error(s) no arrays"},
+        {{"j100:5."}, "2 Tellarion has error(s) no arrays"},
+        {{"j;."}, "2 Tellarion has error(s) no arrays"},
+        {{"j."}, "2 Tellarion has error(s) no arrays"},
+        {{"j"}, "2 Tellarion has error(s) no arrays"},
+    };
+    open();
+    for (const Case& one : cases) {
+        Reply& reply = device.on("j");
+        for (const std::string& part : one.parts)
+            reply.says(10, part);
+        EXPECT_EQ(one.outcome, count()) << one.parts.front();
+        device.say(head('a', 0, 0));
+    }
+}
+
+TEST_F(Administration, ACountThatNeverEndsSpoilsTheNextOne)
+{
+    open();
+    device.on("j").says(10, "j100:5,~");
+    EXPECT_EQ("6 Timed out no arrays", count());
+    device.on("j").says(10, "j50:1;1000:2.");
+    EXPECT_EQ("0 Done 100:5,50:1;1000:2", count());
+    EXPECT_EQ("0 Done 50:1;1000:2", count());
+}
+
+TEST_F(Administration, CountsInAnyStateAndLogsEachStep)
+{
+    init();
+    device.on("i").answers("2");
+    Records got;
+    EXPECT_EQ("2 Error", call(completeCashCountTL, &got.coins, &got.nCoins, &got.notes, &got.nNotes));
+    EXPECT_EQ(-1, got.nCoins);
+    EXPECT_EQ(
+        (Texts{
+            "=> CTLLogics::completeCashCount()", "-> I",
+            "!! CTLLogics::completeCashCount: COstrivane::reset failed, return code = 2, message = Error"}),
+        logicLog());
+    device.on("i").says(10, "j1:1;2:2.");
+    EXPECT_EQ("0 Done", call(completeCashCountTL, nullptr, nullptr, nullptr, nullptr));
+    EXPECT_EQ(
+        (Texts{"=> CTLLogics::completeCashCount()", "-> I", "== start wait for CALLBACK_TYPE_J_ALL_PARTS",
+               "== ctllogics.callbackfunc: J command=j1:1;2:2.", "== it is the end of message =1:1;2:2.",
+               "== coinsAndNotes count=2", "== formatCashCountResult: parsed",
+               "== received global coins and notes", "<- j1:1;2:2.",
+               "== finished wait for CALLBACK_TYPE_J_ALL_PARTS", "== results combined!",
+               "== CTLLogics::completeCashCount returning status = Ok."}),
+        logicLog());
+    // An error that stands already ends the wait, after the command has gone out.
+    device.say(head('a', 0, 2));
+    device.on("j").says(10, "j1:1;2:2.");
+    device.sent();
+    EXPECT_EQ("2 Tellarion has error(s) no arrays", count());
+    EXPECT_EQ("j", device.sentLetters());
+}
+
+TEST_F(Administration, EachOperationRunsInItsStatesAndModes)
+{
+    struct Operation {
+        const char* name;
+        char letter;
+        std::function<std::string()> run;
+        bool needsMode;
+        bool inDeposited;
+        const char* wrongState;
+        const char* allowed;
+    };
+    const std::vector<Operation> operations{
+        {"adminMode", 'k', [] { return call(adminModeTL, 1); }, false, false, "13 Failed to comply",
+         "0 Done"},
+        {"unlock", 'r', [] { return call(unlockTL, 3u); }, true, false, "12 Not Supported", "0 Done"},
+        {"endReplenish", 'p', [] { return call(endReplenishTL, "T1"); }, true, false, "12 Not Supported",
+         "0 Done"},
+        {"collect", 'n', collect, true, false, "12 Not Supported ; 0", "0 Done ; 0"},
+        {"purge", 'q', purge, true, true, "12 Not Supported ; 0", "0 Done ; 0"},
+        {"dispenseSpecified", 'm',
+         [] {
+             return dispenseSpecified({{100, 2, 0, 0}}, {});
+         },
+         false, true, "12 Not Supported 100:2; 200", "0 Done ; 0"},
+    };
+    init();
+    for (const Operation& operation : operations) {
+        const std::string letter(1, operation.letter);
+        for (const bool administration : {false, true}) {
+            for (const std::int32_t state : {1, 2, 3, 4}) {
+                device.say(head('a', 0, 3, administration ? 3 : 1));
+                g_TLState = state;
+                device.on(letter).says(10, "e0.33").says(20, head('a', 0, 3, 3));
+                forget();
+                const bool rightState = state == 3 || (state == 4 && operation.inDeposited);
+                const bool allowed = rightState && (administration || !operation.needsMode);
+                const bool refusedByMode = rightState && !allowed;
+                const std::string refusal =
+                    refusedByMode && operation.name == std::string("adminMode") ? "" : operation.wrongState;
+                EXPECT_EQ(allowed ? operation.allowed : refusal, operation.run())
+                    << operation.name << " in state " << state << (administration ? " in" : " out of")
+                    << " mode";
+                EXPECT_EQ(allowed ? letter : "", device.sentLetters());
+            }
+        }
+    }
+}
+
+TEST_F(Administration, RefusesInOrderAndSaysWhy)
+{
+    openFor(STATE_PAYIN_ENABLED, false);
+    device.say(head('a', 500, 0));
+    logicLog();
+    EXPECT_EQ("13 Failed to comply", call(adminModeTL, 1));
+    g_TLState = STATE_PAYIN_DISABLED;
+    EXPECT_EQ("13 Failed to comply", call(adminModeTL, 1));
+    EXPECT_EQ("12 Not Supported", call(unlockTL, 1u));
+    EXPECT_EQ("4 Amount to dispense too big ; 0", dispenseSpecified({{100000000, 1, 0, 0}}, {}));
+    EXPECT_EQ(
+        (Texts{"=> CTLLogics::adminMode(1)",
+               "!! CTLLogics::adminMode: AdminMode is not allowed from state Payin Enabled",
+               "=> CTLLogics::adminMode(1)",
+               "!! CTLLogics::adminMode: AdminMode is not allowed when inserted amount > 0",
+               "=> CTLLogics::unlock(1)", "!! CTLLogics::unlock: Unlock is not supported not in Admin Mode",
+               "=> CTLLogics::dispenseSpecified(1,coinsAndNotes,\"T1\", message)",
+               "!! CTLLogics::dispenseSpecified: Amount to dispense is too big", "== "}),
+        logicLog());
+    EXPECT_EQ("", device.sentLetters());
+
+    // A busy device is waited for; that it then has errors stops nothing.
+    device.say(head('a', 0, 1));
+    device.sayAfter(50, head('a', 0, 2));
+    EXPECT_EQ("0 Done", call(adminModeTL, 2));
+    EXPECT_EQ(Texts{"k|2"}, device.sent());
+    device.say(head('a', 0, 1));
+    EXPECT_EQ("1 Tellarion is busy", call(adminModeTL, 1));
+}
+
+TEST_F(Administration, FailuresOfTheThreePlainOnesAreBusy)
+{
+    openFor(STATE_PAYIN_DISABLED, true);
+    device.on("k").answers("Z");
+    EXPECT_EQ("1 Send failed", call(adminModeTL, 7));
+    EXPECT_EQ("1 Done", call(unlockTL, 4000000000u));
+    EXPECT_EQ("1 Done", call(endReplenishTL, nullptr));
+    device.on("p").says(10, "e0.33"); // and no "a" after it
+    EXPECT_EQ("1 Done", call(endReplenishTL, "T1"));
+    EXPECT_EQ((Texts{"k|2", "r|4000000000", "p||#", "p||#T1"}), device.sent());
+    EXPECT_EQ(
+        (Texts{
+            "!! CTLLogics::adminMode: COstrivane::adminMode failed, return code = 7, message = Send failed",
+            "!! adminModeTL: Failed! Returning 1: Send failed",
+            "!! CTLLogics::unlock: COstrivane::unlock failed, return code = 6, message = Done",
+            "!! unlockTL: Failed! Returning 1: Done",
+            "!! CTLLogics::endReplenish: COstrivane::endReplenish failed, return code = 6, message = Done",
+            "!! endReplenishTL: Failed! Returning 1: Done",
+            "!! CTLLogics::endReplenish: COstrivane::endReplenish failed, return code = 6, message = Done",
+            "!! endReplenishTL: Failed! Returning 1: Done"}),
+        errorLog());
+    g_nApiVersionKind = API_VERSION_KIND_LONG;
+    EXPECT_EQ("0 Done", call(adminModeTL, 1));
+    EXPECT_EQ("0 Done", call(unlockTL, 1u));
+}
+
+TEST_F(Administration, ReadsWhatIsLeftEachInItsOwnWay)
+{
+    struct Case {
+        Texts answer;
+        std::string specified;
+        std::string collected;
+        std::string purged;
+    };
+    const std::string nothing = "0 Done ; 0";
+    const std::vector<Case> cases{
+        {{"e0whatever.33"}, nothing, nothing, nothing},
+        {{"e1;.33"}, nothing, nothing, "13 Failed to comply ; 0"},
+        {{"e1.~33", "e0.33"}, nothing, nothing, "13 Failed to comply ; 0"},
+        {{"e1100:2;.33"},
+         "13 Failed to comply 100:2; 200",
+         "13 Failed to comply ; 0",
+         "13 Failed to comply 100:2; 200"},
+        {{"e1100:2,50:1;.~33", "e2x.~33", "e1;1000:3.33"},
+         "13 Failed to comply 100:2,50:1;1000:3 3250",
+         "13 Failed to comply ; 0",
+         "13 Failed to comply 100:2,50:1;0:0 250"},
+        {{"e11;2.33"},
+         nothing.substr(0, 6) + " 1:0;2:0 0",
+         nothing.substr(0, 6) + " 1:0;2:0 0",
+         "13 Failed to comply 1:0;2:0 0"},
+        {{}, nothing, nothing, nothing}, // no answer in time
+    };
+    openFor(STATE_PAYIN_DISABLED, true);
+    for (const Case& one : cases) {
+        for (const char* const letter : {"m", "n", "q"}) {
+            Reply& reply = device.on(letter);
+            for (const std::string& part : one.answer)
+                reply.says(10, part);
+        }
+        const std::string name = one.answer.empty() ? "no answer" : one.answer.front();
+        EXPECT_EQ(one.specified, dispenseSpecified({{100, 9, 0, 0}}, {{1000, 9, 0, 0}})) << name;
+        EXPECT_EQ(one.collected, collect()) << name;
+        EXPECT_EQ(one.purged, purge()) << name;
+    }
+    EXPECT_EQ(1, countOf("purgeTL: Failed! Returning 13: amountRest=250: Failed to comply", errorLog()));
+}
+
+TEST_F(Administration, SendsExactListsAndHandsRefusedOnesBack)
+{
+    constexpr std::int32_t MOST = std::numeric_limits<std::int32_t>::max();
+    openFor(STATE_PAYIN_DISABLED, false);
+    EXPECT_EQ("0 Done ; 0", dispenseSpecified({{100, 2, 5, 5}, {50, -1, 0, 0}}, {{1000, 3, 0, 0}}));
+    EXPECT_EQ("0 Done ; 0", dispenseSpecified({}, {}));
+    EXPECT_EQ((Texts{"m|1100:2,50:-1;1000:3.|#T1", "m|1;.|#T1"}), device.sent());
+    // Sums far beyond 32 and 64 bits are told as too big or, below zero, as small enough.
+    const std::vector<CashCountRecord> huge(5, CashCountRecord{MOST, MOST, 0, 0});
+    const std::vector<CashCountRecord> negative(5, CashCountRecord{MOST, -MOST, 0, 0});
+    EXPECT_EQ("4 Amount to dispense too big ; 0", dispenseSpecified(huge, {}));
+    EXPECT_EQ("4 Amount to dispense too big ; 0", dispenseSpecified(huge, {{MOST, -MOST, 0, 0}}));
+    EXPECT_EQ("0 Done ; 0", dispenseSpecified(negative, {}));
+    EXPECT_EQ("0 Done ; 0", dispenseSpecified(huge, negative));
+    device.on("m").answers("1");
+    EXPECT_EQ("1 Busy 100:2;1000:3 3200", dispenseSpecified({{100, 2, 0, 0}}, {{1000, 3, 0, 0}}));
+    EXPECT_EQ(1, countOf("!! dispenseSpecified: Failed! Returning 1: amountRest=3200: Busy", apiLog()));
+    EXPECT_EQ("0 Done", call(exitTL));
+    EXPECT_EQ("2 Not initiated untouched", dispenseSpecified({{100, 2, 0, 0}}, {}));
+    EXPECT_EQ(4, dispenseSpecifiedTL(1, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr));
+    EXPECT_EQ((Texts{"=> dispenseSpecifiedTL(1,coinsArray,1,notesArray,1,0,\"\", message)",
+                     "!! dispenseSpecified: Failed! Returning 4 (TL_STATUS_INPUT_PARAM_ERROR): message "
+                     "parameter is null"}),
+              [this] {
+                  const Texts all = apiLog();
+                  return Texts(all.end() - 2, all.end());
+              }());
+}
+
+} // namespace

@@ -1,0 +1,193 @@
+// The language file: how it is found and read, and that its list, the code and the samples agree.
+#include "till.h"
+
+#include "config/ini_file.h"
+#include "config/settings.h"
+#include "diag/language.h"
+#include "platform/profile.h"
+#include "tests/environment.h"
+
+#include <algorithm>
+#include <fstream>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+const fs::path ROOT = TLLOGICS_SOURCE_DIR;
+
+char someWindow = 0;
+char* const ANY_WINDOW = &someWindow;
+
+std::string contentOf(const fs::path& path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+class Language : public Till {};
+
+TEST_F(Language, TranslatesWhatReachesTheApplicationAndNotTheLog)
+{
+    scratch::write("tllang.ini", "[Lang]\ndone=100 % klart %s %n\nNot initiated=\n");
+    EXPECT_EQ("0 100 % klart %s %n", call(registerHwndTL, ANY_WINDOW));
+    EXPECT_EQ("2 Not initiated", call(exitTL));
+    EXPECT_EQ(1, countOf("== registerHwndTL: Ok! Returning 0 (TL_STATUS_OK): 100 % klart %s %n", apiLog()));
+    EXPECT_EQ(1, countOf("== CTLLogics::registerHwnd() returning Ok", logicLog()));
+    scratch::write("tllang.ini", "[Lang]\nDone=Fertig\n"); // comes too late
+    EXPECT_EQ("0 100 % klart %s %n", call(registerHwndTL, ANY_WINDOW));
+}
+
+TEST_F(Language, WordsTheDevicesCodes)
+{
+    scratch::write("tllang.ini", "[Lang]\nError Code 7=Fel sju\nWarning Code 5=Snart slut\nLow=L\xC3\xA5g\n"
+                                 "Left=Kvar\nInformation Code 12=" +
+                                     std::string(200, 'i') + "\n");
+    openLong();
+    const auto say = [this](const char* statusToText) {
+        device.say("b00000000" + std::string(statusToText));
+    };
+    say("01"
+        "2"
+        "0005"
+        "06"
+        "05 10x");
+    say("01"
+        "3"
+        "0012"
+        "04"
+        "text");
+    say("01"
+        "0"
+        "0005"
+        "06"
+        "05 10x"); // a code that is not given
+    say("21"
+        "2"
+        "0007"
+        "02"
+        "no");
+    EXPECT_EQ((Texts{"status 0 0 1", "level 1000 5 05 10x",
+                     "warning 2 1000 5 Snart slut 10 10 Snart slut (5 Kvar) 05 10x",
+                     "information " + std::string(98, 'i'), "level 1000 5 05 10x",
+                     "warning 2 1000 5 L\xC3\xA5g 10 10 L\xC3\xA5g (5 Kvar) 05 10x", "status 0 2 1",
+                     "error 7 Fel sju ErrorInfo Not set"}),
+              happened());
+}
+
+TEST_F(Language, SearchesItsPlacesInOrder)
+{
+    const std::string directory = scratch::path("config");
+    fs::create_directory(directory);
+    scratch::write("tllang.ini", "[Lang]\nDone=here\n");
+    scratch::write("config/tllang.ini", "[Lang]\nDone=there\n");
+    setEnvironment("TLCONFIG", directory);
+    EXPECT_EQ("0 there", call(registerHwndTL, ANY_WINDOW));
+    EXPECT_NE(std::string::npos, TLLangSupport::getLangFilePath().find("config"));
+}
+
+TEST_F(Language, SurvivesFilesThatAreNone)
+{
+    fs::create_directory(scratch::path("tllang.ini"));
+    fs::create_directory(scratch::path("tllogics.ini"));
+    registerEvents();
+    EXPECT_EQ("0 Done", call(initTL, "Type:RS232;Name:COM7;", ""));
+    EXPECT_EQ(19, countOf("(default value)", logicLog()));
+}
+
+TEST_F(Language, SurvivesHugeFiles)
+{
+    const std::string noise(1000000, '\xE9');
+    for (const char* const name : {"tllang.ini", "tllogics.ini"}) {
+        std::ofstream file(scratch::path(name), std::ios::binary);
+        file << "[Lang]\nDone=Klart\n[Operation]\nStatusOkTimeout=33\n";
+        for (int i = 0; i < 100; ++i)
+            file << ';' << noise;
+    }
+    EXPECT_EQ("0 Klart", call(registerHwndTL, ANY_WINDOW));
+    EXPECT_EQ("0 Klart", call(initTL, "Type:RS232;Name:COM7;", ""));
+    EXPECT_EQ(1, countOf("StatusOkTimeout: ", logicLog())); // by the platform, read or left alone
+    for (const char* const name : {"tllang.ini", "tllogics.ini"})
+        fs::remove(scratch::path(name));
+}
+
+TEST(IniFile, TheFirstDelimiterOfALineDecides)
+{
+    const std::string path = scratch::write(
+        "x.ini",
+        "header ; comment\r\n=v\nkey=value ; note\nignored\n\n\r\ntext [A] more\na=b=c\nA=second\n [ b\n"
+        "[x]y]\n k = v \nempty=\n[a]\nhidden=1\n#c\n7=12abc\n\tstop=1\n[after]\nq=1\n");
+    CIniFile file(path);
+    EXPECT_FALSE(file.ReadFile());
+    const auto value = [&](const char* section, const char* key) { return file.GetValue(section, key, "-"); };
+    EXPECT_EQ("v", value("", ""));
+    EXPECT_EQ("value ; note", value("", "KEY"));
+    EXPECT_EQ("1", value("a", "hidden")); // a second section of a name adds to the first
+    EXPECT_EQ("", value("X]Y", "Empty"));
+    EXPECT_EQ(" v ", value("x]y", " K "));
+    EXPECT_EQ("-", value("x]y", "k"));
+    EXPECT_EQ("-", value("after", "q"));
+    EXPECT_EQ(-1, file.FindSection("after"));
+}
+
+TEST(IniFile, OverwritesFindsAndConverts)
+{
+    const std::string path = scratch::write("y.ini", "[A]\na=1\nA=2x\n;c\n");
+    CIniFile file(path);
+    EXPECT_TRUE(file.ReadFile());
+    EXPECT_EQ(2, file.GetValueI("a", "a", 9));
+    EXPECT_EQ(9, file.GetValueI("a", "b", 9));
+    EXPECT_DOUBLE_EQ(0.5, file.GetValueF("a", "b", 0.5));
+    EXPECT_FALSE(file.SetValue("b", "k", "v", false));
+    EXPECT_FALSE(file.SetValue("a", "k", "v", false));
+    EXPECT_TRUE(file.SetValue("b", "k", "v", true));
+    EXPECT_EQ("v", file.GetValue("B", "K", ""));
+    CIniFile missing(scratch::path("none.ini"));
+    EXPECT_FALSE(missing.ReadFile());
+}
+
+TEST(LanguageKeys, AreAllUsedAndAllInTheSamples)
+{
+    std::string code;
+    for (const char* const room : {"api", "device", "logic", "events"}) {
+        for (const auto& entry : fs::directory_iterator(ROOT / room))
+            code += contentOf(entry.path());
+    }
+    for (const char* const language : {"swedish", "german"}) {
+        const fs::path path = ROOT / "docs/samples" / language / "tllang.ini";
+        CIniFile sample(path.string());
+        EXPECT_TRUE(sample.ReadFile()) << path;
+        const std::string content = contentOf(path);
+        EXPECT_EQ(std::ptrdiff_t(FIXED_KEYS.size()),
+                  std::count(content.begin(), content.end(), '=') - std::ptrdiff_t(3)); // three are comments
+        for (const std::string_view key : FIXED_KEYS) {
+            EXPECT_NE("", sample.GetValue("Lang", std::string(key), "")) << language << ": " << key;
+            EXPECT_NE(std::string::npos, code.find('"' + std::string(key) + '"')) << key;
+        }
+    }
+}
+
+TEST(Samples, TheSettingsFileHoldsEveryDefault)
+{
+    const std::string path = (ROOT / "docs/samples/tllogics.ini").string();
+    const std::string content = contentOf(path);
+    for (const SettingRow& row : settingsTable()) {
+        EXPECT_NE(std::string::npos, content.find("\n" + std::string(row.key) + "=")) << row.key;
+        const bool isText = row.type == SettingType::Text;
+        EXPECT_EQ(isText ? -1 : row.defaultValue,
+                  isText ? -1 : platform::profileInt(row.section, row.key, path))
+            << row.key;
+    }
+}
+
+TEST(Samples, TheReadmeShowsTheFirstSaleAsItStands)
+{
+    const auto plain = [](std::string text) {
+        std::erase(text, '\r');
+        return text;
+    };
+    const std::string readme = plain(contentOf(ROOT / "README.md"));
+    EXPECT_NE(std::string::npos, readme.find(plain(contentOf(ROOT / "examples/first_sale.c"))));
+}
+
+} // namespace

@@ -5,7 +5,9 @@
 #include "platform/files.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdlib>
+#include <thread>
 
 namespace {
 
@@ -104,6 +106,24 @@ const char* openMark(int kind)
     }
 }
 
+std::atomic<bool> unloading{false};
+
+/// Holds the log for one line.
+class LogLock {
+public:
+    LogLock() : m_lock(g_logLock, std::defer_lock)
+    {
+        if (!unloading)
+            return m_lock.lock();
+        for (int tries = 0; tries < 10 && !m_lock.try_lock(); ++tries)
+            std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    explicit operator bool() const { return m_lock.owns_lock(); }
+
+private:
+    std::unique_lock<std::mutex> m_lock;
+};
+
 /// A subfolder must stay below the log directory.
 bool isSafeFolderName(const std::string& name)
 {
@@ -182,7 +202,9 @@ void CLogFiles::close()
 
 void logLine(const std::string& text, int kind, int fileIndex)
 {
-    const std::lock_guard lock(g_logLock);
+    const LogLock lock;
+    if (!lock)
+        return;
     if (g_pLogFiles == nullptr || g_pLogFiles->hasNoDirectory())
         g_pLogFiles = std::make_unique<CLogFiles>();
     const platform::LocalTime now = platform::localTime();
@@ -216,7 +238,7 @@ void logError(const std::string& text)
 
 void setLogSubfolder(const std::string& name)
 {
-    const std::lock_guard lock(g_logLock);
+    const LogLock lock;
     const std::string folder = name.substr(0, MAX_SUBFOLDER_LENGTH);
     // A point tells an address from the name of a serial port.
     if (name.find('.') != std::string::npos && isSafeFolderName(folder))
@@ -228,7 +250,12 @@ void setLogSubfolder(const std::string& name)
 
 void closeLogFiles()
 {
-    const std::lock_guard lock(g_logLock);
-    if (g_pLogFiles != nullptr)
+    const LogLock lock;
+    if (lock && g_pLogFiles != nullptr)
         g_pLogFiles->close();
+}
+
+void expectUnload()
+{
+    unloading = true;
 }

@@ -41,6 +41,10 @@ void setLogSubfolder(const std::string& name);
 /// Closes the files for good; called as the library is unloaded.
 void closeLogFiles();
 
+/// From here on a line that can't have the log at once is lost: at the end of a process the thread that
+/// had it may be dead.
+void expectUnload();
+
 /// One day's three open files.
 class CLogFiles {
 public:

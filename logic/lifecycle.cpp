@@ -38,6 +38,7 @@ CTLLogics::CTLLogics()
 
 CTLLogics::~CTLLogics()
 {
+    expectUnload();
     logNote(SEPARATOR);
     logNote("CTLLogics::~CTLLogics");
     logNote(SEPARATOR);

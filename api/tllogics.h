@@ -82,7 +82,7 @@ typedef void (*TLLevelWarningEvent)(uint16_t warningType, int32_t denomination, 
 typedef void (*TLInformationEvent)(const char* message);
 
 /* The device began or ended a cash session. infoType: 0 to 3 for the texts BO/WD, BO/RF, CR/WD and
- * CR/RF with their amount, 4 for any other of the device's own. extInfo: the device's own text. */
+ * CR/RF with their amount, 4 for a text that begins with "Tella". extInfo: the device's own text. */
 typedef void (*TLCashSessionEvent)(uint16_t infoType, int32_t amount, const char* extInfo);
 
 /* ---- Events as messages to a window or a socket ----
@@ -273,7 +273,8 @@ int16_t getLevelWarningInfoTL(int32_t* warningType, char* chTypeString, char* ch
 /* ---- Settings ---- */
 
 /* Changes settings while the library runs. initSettings: "<key>:<value>;" for any of the keys of
- * tllogics.ini. durationType: 0 for good, 1 until the next payment is over. Works before initTL too,
+ * tllogics.ini. durationType: 0 for good, 1 until the next payout or dispense
+ * that got as far as the device is over. Works before initTL too,
  * which then reads the file over it. */
 int16_t changeSettingsTL(const char* initSettings, int16_t durationType, char* message);
 

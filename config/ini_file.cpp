@@ -10,6 +10,9 @@
 
 namespace {
 
+// Whatever is larger is no language file, and not worth the memory.
+constexpr std::streamoff LARGEST_FILE = 4 * 1024 * 1024;
+
 bool isPrintable(unsigned char character)
 {
     return character >= 0x20 && character < 0x7F;
@@ -28,7 +31,10 @@ bool CIniFile::ReadFile()
 {
     if (!platform::canRead(m_sPath))
         return false;
-    std::ifstream file(m_sPath, std::ios::binary);
+    std::ifstream file(m_sPath, std::ios::binary | std::ios::ate);
+    if (file.tellg() > LARGEST_FILE)
+        return false;
+    file.seekg(0);
     std::string currentSection;
     std::string line;
     while (std::getline(file, line)) {

@@ -43,28 +43,30 @@ CTLSettings::CTLSettings()
         at(row).current.number = row.defaultValue;
 }
 
-const CTLSettings::Value& CTLSettings::current(int number, SettingType type) const
+const CTLSettings::Value* CTLSettings::current(int number, SettingType type) const
 {
-    static const Value NONE;
     if (number < 0 || number >= SETTING_COUNT)
-        return NONE;
+        return nullptr;
     const auto index = static_cast<std::size_t>(number);
-    return settingsTable()[index].type == type ? m_settings[index].current : NONE;
+    return settingsTable()[index].type == type ? &m_settings[index].current : nullptr;
 }
 
 std::int32_t CTLSettings::getIntSetting(int number) const
 {
-    return current(number, SettingType::Integer).number;
+    const Value* const value = current(number, SettingType::Integer);
+    return value == nullptr ? 0 : value->number;
 }
 
 bool CTLSettings::getBoolSetting(int number) const
 {
-    return current(number, SettingType::Boolean).number != 0;
+    const Value* const value = current(number, SettingType::Boolean);
+    return value != nullptr && value->number != 0;
 }
 
 std::string CTLSettings::getStringSetting(int number) const
 {
-    return current(number, SettingType::Text).text;
+    const Value* const value = current(number, SettingType::Text);
+    return value == nullptr ? "" : value->text;
 }
 
 void CTLSettings::readFile(const std::string& path)
@@ -145,8 +147,8 @@ void CTLSettings::RestoreSettings()
         if (!setting.changed)
             continue;
         setting.current = setting.previous;
-        // PayOutOkCheck clears the flag of RegretOkCheck instead of its own: tills in the field have
-        // come to rely on the one that is then not restored.
+        // On purpose: PayOutOkCheck clears the flag of RegretOkCheck, which is then not restored, and keeps
+        // its own until a change for good.
         Setting& cleared =
             row.number == PayOutOkCheck ? m_settings[static_cast<std::size_t>(RegretOkCheck)] : setting;
         cleared.changed = false;

@@ -93,7 +93,8 @@ private:
     };
 
     Setting& at(const SettingRow& row) { return m_settings[static_cast<std::size_t>(row.number)]; }
-    const Value& current(int number, SettingType type) const;
+    /// Null for a number of another type.
+    const Value* current(int number, SettingType type) const;
 
     std::int16_t m_nDurationType = DURATION_PERMANENT;
     std::array<Setting, SETTING_COUNT> m_settings;

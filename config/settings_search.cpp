@@ -26,6 +26,10 @@ std::string findSettingsFile()
 {
     static constexpr const char* NAME = "tllogics.ini";
     const std::string separator = platform::pathSeparator();
+    const std::string windows = platform::windowsDirectory();
+    const std::string second = compose(".", separator, NAME);
+    const std::string third = getRuntimePath() + NAME;
+    const std::string fourth = compose(windows, separator, NAME);
 
     const auto directory = platform::environmentVariable("TLCONFIG");
     if (directory) {
@@ -40,32 +44,28 @@ std::string findSettingsFile()
         logNote("CTLLogics::getIniFileSettings: Environment variable TLCONFIG is not defined");
     }
 
-    const std::string second = compose(".", separator, NAME);
     logNote(compose("CTLLogics::getIniFileSettings: Second settings file location (the application "
                     "directory): ",
                     second));
     if (opens(second))
         return second;
 
-    const std::string third = getRuntimePath() + NAME;
     logNote(
         compose("CTLLogics::getIniFileSettings: Third settings file location (the DLL directory): ", third));
     if (opens(third))
         return third;
 
-    std::string last = third;
-    if (const std::string windows = platform::windowsDirectory(); !windows.empty()) {
-        last = compose(windows, separator, NAME);
+    if (!windows.empty()) {
         logNote(compose("CTLLogics::getIniFileSettings: Fourth settings file location (the Windows "
                         "directory): ",
-                        last));
-        if (opens(last))
-            return last;
+                        fourth));
+        if (opens(fourth))
+            return fourth;
     }
 
     logNote("CTLLogics::getIniFileSettings: About to assign default settings since no configuration file "
             "was found.");
-    return last;
+    return fourth;
 }
 
 std::string getRuntimePath()

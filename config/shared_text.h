@@ -4,7 +4,7 @@
 #include <mutex>
 #include <string>
 
-/// Its lock is held for one copy or comparison only.
+/// Its lock is held for one copy only.
 class SharedText {
 public:
     void set(const std::string& text)

@@ -113,8 +113,10 @@ class LogLock {
 public:
     LogLock() : m_lock(g_logLock, std::defer_lock)
     {
-        if (!unloading)
-            return m_lock.lock();
+        if (!unloading) {
+            m_lock.lock();
+            return;
+        }
         for (int tries = 0; tries < 10 && !m_lock.try_lock(); ++tries)
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
@@ -158,20 +160,19 @@ void CLogFiles::findDirectory()
 
 void CLogFiles::openFiles(const platform::LocalTime& now)
 {
-    m_sDay = weekdayOf(now);
     m_sCreationDate = dateOf(now);
-    const std::array<std::string, 3> periods{m_sDay, m_sDay, monthOf(now)};
+    const std::array<std::string, 3> periods{weekdayOf(now), weekdayOf(now), monthOf(now)};
     const bool separated = platform::isPathSeparator(m_sDirectory.back());
+    std::array<std::string, 3> paths;
     for (std::size_t i = 0; i < m_files.size(); ++i) {
-        m_paths[i] = compose(m_sDirectory, separated ? "" : platform::pathSeparator(), BASE_NAMES[i], "_",
-                             periods[i], ".log");
-        platform::clearReadOnly(m_paths[i]);
-        m_files[i] = platform::openLogFile(m_paths[i], platform::LogOpening::Append);
+        paths[i] = compose(m_sDirectory, separated ? "" : platform::pathSeparator(), BASE_NAMES[i], "_",
+                           periods[i], ".log");
+        platform::clearReadOnly(paths[i]);
+        m_files[i] = platform::openLogFile(paths[i], platform::LogOpening::Append);
     }
-    for (const int index : {LOG_FILE_API, LOG_FILE_LOGIC, LOG_FILE_ERROR}) {
-        const auto i = static_cast<std::size_t>(index);
-        m_files[i] = emptyIfOld(m_files[i], m_paths[i], ageMark(index, now));
-    }
+    // Only now that all are open.
+    for (std::size_t i = 0; i < m_files.size(); ++i)
+        m_files[i] = emptyIfOld(m_files[i], paths[i], ageMark(static_cast<int>(i), now));
 }
 
 void CLogFiles::write(const std::string& text, int kind, int fileIndex, const platform::LocalTime& now) const
@@ -239,10 +240,9 @@ void logError(const std::string& text)
 void setLogSubfolder(const std::string& name)
 {
     const LogLock lock;
-    const std::string folder = name.substr(0, MAX_SUBFOLDER_LENGTH);
     // A point tells an address from the name of a serial port.
-    if (name.find('.') != std::string::npos && isSafeFolderName(folder))
-        g_sLogSubfolder = folder;
+    if (name.find('.') != std::string::npos && isSafeFolderName(name))
+        g_sLogSubfolder = name.substr(0, MAX_SUBFOLDER_LENGTH);
     // The former files stay open to the end of the process: whoever follows them loses nothing.
     static_cast<void>(g_pLogFiles.release());
     g_pLogFiles = std::make_unique<CLogFiles>();

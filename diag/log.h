@@ -65,9 +65,7 @@ private:
 
     std::array<std::FILE*, 3> m_files{}; // by file index; null while not open
     std::string m_sCreationDate;         // "2026-11-22"
-    std::string m_sDay;                  // "Sun"
     std::string m_sDirectory;
-    std::array<std::string, 3> m_paths;
     bool m_bNoDirectory = false;
 };
 

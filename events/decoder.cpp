@@ -49,9 +49,9 @@ bool isOpen(const DeviceMessage& message)
 }
 
 /// True if this "a" may move the logic's state.
-bool mayMoveState(bool loggedOut)
+bool mayMoveState(std::int32_t state)
 {
-    if (loggedOut)
+    if (state == STATE_LOGGED_OUT)
         return true;
     const char last = g_nLastCommand;
     return g_nLastCallbackStatus == DEVICE_ERROR && (last == COMMAND_LOGIN || last == COMMAND_RESET);
@@ -61,14 +61,15 @@ void stepOfA(DeviceMessage& message)
 {
     const bool open = isOpen(message);
     g_bDeviceOpen = open;
-    const bool loggedOut = g_TLState == STATE_LOGGED_OUT;
-    if (loggedOut && message.nMode == MODE_NOT_OPENED)
+    std::int32_t state = g_TLState;
+    if (state == STATE_LOGGED_OUT && message.nMode == MODE_NOT_OPENED)
         message.nMode = MODE_CLOSED; // stored and forwarded so
-    if (mayMoveState(loggedOut) && open) {
+    if (mayMoveState(state) && open) {
+        // Exchanged and not stored: a logout or exit that is under way must not be undone.
         if (message.nStatus == DEVICE_READY)
-            g_TLState = STATE_PAYIN_ENABLED;
+            g_TLState.compare_exchange_strong(state, STATE_PAYIN_ENABLED);
         else if (message.nStatus == DEVICE_READY_PAYIN_DISABLED)
-            g_TLState = STATE_PAYIN_DISABLED;
+            g_TLState.compare_exchange_strong(state, STATE_PAYIN_DISABLED);
         else
             logDebug(compose("ctllogics.callbackfunc(A): Unexpected callback status == ", message.nStatus,
                              ", not changing g_TLState"));

@@ -117,7 +117,7 @@ std::int16_t getDenomination(const std::string& text, std::size_t position, std:
     if (end == text.size())
         return TL_STATUS_ERROR; // a level text has something behind its denomination
     const std::size_t last = text.find_last_not_of(' ');
-    extraText = last == std::string::npos ? text.substr(end) : text.substr(end, last + 1 - end);
+    extraText = last == std::string::npos || last < end ? "" : text.substr(end, last + 1 - end);
 
     const char second = position + 1 < text.size() ? text[position + 1] : '\0';
     if (second == ',' || second == '.') {

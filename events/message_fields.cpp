@@ -38,7 +38,7 @@ std::int16_t readAmount(const std::string& whole, std::int32_t& amount)
     const std::string field = whole.substr(AMOUNT_AT, AMOUNT_WIDTH);
     amount = field == "00000000" ? 0 : leadingNumber(field);
     if (amount == 0 && field != "00000000") {
-        // Twice to the logic file: support scripts count on the pair.
+        // On purpose twice to the logic file, and not to the error file.
         logLineTwice("formatCallbackArg: amountOrRest atoi-conversion failed", LOG_ERROR, LOG_FILE_LOGIC,
                      LOG_FILE_LOGIC);
         return TL_STATUS_ERROR;

@@ -1,0 +1,56 @@
+// Amounts, pieces of money and lists of them. Amounts are in the currency's smallest unit.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace simulator {
+
+using Amount = std::int64_t;
+
+/// The most that eight digits hold.
+constexpr Amount largestAmount = 99'999'999;
+
+enum class CashKind { Coin, Note };
+
+/// Denomination to number of pieces; no entry has 0 pieces.
+using Pieces = std::map<Amount, int>;
+
+Amount valueOf(const Pieces& pieces);
+void addPieces(Pieces& pieces, Amount denomination, int count);
+
+Pieces counted(const std::vector<Amount>& pieces);
+
+/// The pieces one by one, the largest denomination first.
+std::vector<Amount> largestFirst(const Pieces& pieces);
+
+struct CashEntry {
+    Amount denomination;
+    int count;
+    std::optional<int> recycled = {}; // second count, in complete cash counts only
+};
+
+/// Coins and notes as the device writes them: "100:2,500:1;2000:3".
+struct CashList {
+    std::vector<CashEntry> coins;
+    std::vector<CashEntry> notes;
+
+    bool empty() const { return coins.empty() && notes.empty(); }
+    std::string text() const;
+
+    /// With or without a "." at the end. Empty if it is not such a list.
+    static std::optional<CashList> parse(std::string_view text);
+};
+
+/// A number of digits only, at most nine of them.
+std::optional<int> parseNumber(std::string_view digits);
+
+/// In decimal with leading zeros.
+std::string padded(Amount number, std::size_t width);
+
+} // namespace simulator

@@ -1,0 +1,352 @@
+// What the device does for each command.
+#include "simulator/device_model.h"
+
+#include "simulator/change_maker.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace simulator {
+
+// ---- Session ----
+
+bool DeviceModel::carryOut(const Command& command)
+{
+    switch (command.letter) {
+    case 'a':
+        return login();
+    case 'b':
+        return logout();
+    case 'c':
+        return dispense(command.amount);
+    case 'd':
+        return askPayOut(command.amount);
+    case 'e':
+        switch (command.number) {
+        case 1:
+            return giveChange();
+        case 2:
+            return giveBackLastNote();
+        case 3:
+            return reset();
+        default:
+            return giveBackAll();
+        }
+    case 'f':
+        return payOut(command);
+    case 'g':
+        return openPayIn(false);
+    case 'h':
+        return openPayIn(true);
+    case 'i':
+        return tellCount(true);
+    case 'j':
+        return tellCount(false);
+    case 'k':
+        return switchAdminMode(command.number == 1);
+    case 'l':
+        return announceTotal(command.amount);
+    case 'm':
+        return dispenseList(command.list);
+    case 'n':
+        return collectToFloat();
+    case 'p':
+        return endReplenish();
+    case 'q':
+        return purge(command.number);
+    case 'r':
+        return unlock();
+    case 'v':
+        return tellVersion();
+    default:
+        return tellCommands(command.text);
+    }
+}
+
+bool DeviceModel::tellCommands(const std::string& stamp)
+{
+    m_longForm = false;
+    post("x" + stamp + m_settings.masterVersion + m_settings.commands, m_settings.messageGap);
+    return true;
+}
+
+bool DeviceModel::tellVersion()
+{
+    m_longForm = m_settings.versionKind == 1;
+    post("v" + std::to_string(m_settings.versionKind) +
+             padded(static_cast<Amount>(m_settings.apiVersion.size()), 2) + m_settings.apiVersion,
+         m_settings.messageGap);
+    return true;
+}
+
+bool DeviceModel::login()
+{
+    m_error = 0;
+    if (!m_settings.loginOpens) {
+        post(statusMessage('a', shownAmount(), statusDigit(), 2, {}, m_longForm), m_settings.messageGap);
+        return true;
+    }
+    if (!m_open)
+        m_payInOpen = m_settings.payInAfterLogin;
+    m_open = true;
+    postState();
+    postLevels(m_drawer.levels());
+    return true;
+}
+
+bool DeviceModel::logout()
+{
+    loggedOut();
+    postState();
+    return true;
+}
+
+void DeviceModel::loggedOut()
+{
+    m_open = false;
+    m_admin = false;
+    m_payInOpen = false;
+}
+
+bool DeviceModel::reset()
+{
+    m_error = 0;
+    postState();
+    return true;
+}
+
+bool DeviceModel::tellCount(bool complete)
+{
+    CashList list = content();
+    const Pieces payable = m_drawer.payable();
+    const auto split = [&](CashEntry& entry) {
+        const auto found = payable.find(entry.denomination);
+        entry.recycled = found == payable.end() ? 0 : found->second;
+        entry.count -= *entry.recycled;
+    };
+    if (complete) {
+        std::for_each(list.coins.begin(), list.coins.end(), split);
+        std::for_each(list.notes.begin(), list.notes.end(), split);
+    }
+    postParts(countMessages(list, m_settings.partSize));
+    return true;
+}
+
+// ---- Paying ----
+
+bool DeviceModel::openPayIn(bool open)
+{
+    if (m_admin)
+        return false;
+    m_payInOpen = open;
+    postState();
+    return true;
+}
+
+bool DeviceModel::announceTotal(Amount amount)
+{
+    m_announcedTotal = amount;
+    postState();
+    return true;
+}
+
+bool DeviceModel::askPayOut(Amount amount)
+{
+    const Amount rest = amount - valueOf(makeUp(amount, m_drawer.payable()));
+    postStatus('c', rest);
+    if (rest > 0) {
+        postReport(restTail(rest, m_settings, m_longForm));
+        postState();
+    }
+    return true;
+}
+
+bool DeviceModel::dispense(Amount amount)
+{
+    if (m_admin)
+        return false;
+    Work work;
+    const Pieces pieces = makeUp(amount, m_drawer.payable());
+    work.pieces = largestFirst(pieces);
+    work.rest = amount - valueOf(pieces);
+    work.sessionPrefix = "CR/WD";
+    startWork(std::move(work));
+    return true;
+}
+
+/// What is not kept goes back together with what is paid out, so that the customer has paid "deposit"
+/// less "amount" in the end.
+bool DeviceModel::payOut(const Command& command)
+{
+    if (m_admin || command.deposit > m_paidIn)
+        return false;
+    const bool nothingKept = command.amount == 0 && command.deposit == 0;
+    if (nothingKept && command.text == "regretAll")
+        return giveBackAll();
+
+    Work work;
+    const Amount out = m_paidIn - command.deposit + command.amount;
+    const Pieces pieces = nothingKept ? whatGivesBackAll() : makeUp(out, m_drawer.payable());
+    work.pieces = largestFirst(pieces);
+    work.rest = out - valueOf(pieces);
+    work.settlement = Settlement::All;
+    startWork(std::move(work));
+    return true;
+}
+
+/// The paid-in amount in smaller pieces than its largest one. If it can't be changed it comes back as it
+/// went in.
+bool DeviceModel::giveChange()
+{
+    Pieces smaller = m_drawer.payable();
+    if (!m_inserted.empty())
+        smaller.erase(smaller.lower_bound(*std::max_element(m_inserted.begin(), m_inserted.end())),
+                      smaller.end());
+    const Pieces change = makeUp(m_paidIn, smaller);
+    return giveBack(valueOf(change) == m_paidIn ? change : whatGivesBackAll(), m_paidIn);
+}
+
+bool DeviceModel::giveBackLastNote()
+{
+    const auto note = std::find_if(m_inserted.rbegin(), m_inserted.rend(), [&](Amount denomination) {
+        return m_drawer.find(denomination)->kind == CashKind::Note;
+    });
+    if (note == m_inserted.rend() || *note > m_paidIn)
+        return giveBack({}, 0);
+    const Pieces pieces{{*note, 1}};
+    return giveBack(m_drawer.canMove(pieces) ? pieces : Pieces{}, *note);
+}
+
+bool DeviceModel::giveBackAll()
+{
+    return giveBack(whatGivesBackAll(), m_paidIn);
+}
+
+bool DeviceModel::giveBack(const Pieces& pieces, Amount wanted)
+{
+    if (m_admin)
+        return false;
+    if (m_paidIn == 0) {
+        postState();
+        return true;
+    }
+    Work work;
+    work.pieces = largestFirst(pieces);
+    work.rest = wanted - valueOf(pieces);
+    work.settlement = Settlement::WhatCameOut;
+    work.sessionPrefix = "CR/RF";
+    startWork(std::move(work));
+    return true;
+}
+
+/// The very pieces if they are still there, else any that make up the amount.
+Pieces DeviceModel::whatGivesBackAll() const
+{
+    const Pieces inserted = counted(m_inserted);
+    if (valueOf(inserted) == m_paidIn && m_drawer.canMove(inserted))
+        return inserted;
+    return makeUp(m_paidIn, m_drawer.movable());
+}
+
+// ---- Administration ----
+
+bool DeviceModel::switchAdminMode(bool on)
+{
+    if (on && (m_payInOpen || m_paidIn > 0))
+        return false;
+    m_admin = on;
+    m_replenished = 0;
+    postState();
+    return true;
+}
+
+bool DeviceModel::dispenseList(const CashList& wanted)
+{
+    Pieces left = m_drawer.movable();
+    Pieces pieces;
+    const auto take = [&](const std::vector<CashEntry>& entries) {
+        std::vector<CashEntry> undone;
+        for (const CashEntry& entry : entries) {
+            const int possible = std::min(entry.count, left[entry.denomination]);
+            left[entry.denomination] -= possible;
+            addPieces(pieces, entry.denomination, possible);
+            if (possible < entry.count)
+                undone.push_back({entry.denomination, entry.count - possible});
+        }
+        return undone;
+    };
+    Work work;
+    work.undone = {take(wanted.coins), take(wanted.notes)};
+    work.pieces = largestFirst(pieces);
+    work.answersWithRecords = true;
+    work.sessionPrefix = "CR/WD";
+    startWork(std::move(work));
+    return true;
+}
+
+bool DeviceModel::collectToFloat()
+{
+    Pieces wanted;
+    for (const Denomination& unit : m_drawer.units())
+        addPieces(wanted, unit.value, unit.count - unit.cashFloat);
+    return collect(wanted, RecordForm::Whole);
+}
+
+bool DeviceModel::purge(int unitNumber)
+{
+    const auto& units = m_drawer.units();
+    if (std::cmp_greater(unitNumber, units.size()))
+        return false;
+    Pieces wanted;
+    for (const Denomination& unit : units)
+        if (unitNumber == 0 || &unit == &units[static_cast<std::size_t>(unitNumber - 1)])
+            addPieces(wanted, unit.value, unit.count);
+    return collect(wanted, RecordForm::Running);
+}
+
+bool DeviceModel::collect(const Pieces& wanted, RecordForm undoneForm)
+{
+    if (!m_admin)
+        return false;
+    Pieces left = m_drawer.movable();
+    Pieces pieces;
+    Pieces undone;
+    for (const auto& [denomination, count] : wanted) {
+        const int possible = std::min(count, left[denomination]);
+        addPieces(pieces, denomination, possible);
+        addPieces(undone, denomination, count - possible);
+    }
+    Work work;
+    work.pieces = largestFirst(pieces);
+    work.collects = true;
+    work.answersWithRecords = true;
+    work.undone = listOf(undone);
+    work.undoneForm = undoneForm;
+    work.sessionPrefix = "BO/WD";
+    startWork(std::move(work));
+    return true;
+}
+
+bool DeviceModel::endReplenish()
+{
+    if (!m_admin)
+        return false;
+    const Amount replenished = std::exchange(m_replenished, 0);
+    postParts(recordMessages({}, {}, RecordForm::Whole, m_settings.partSize, statusDigit(), modeDigit()));
+    postState();
+    postSession("BO/RF", replenished);
+    return true;
+}
+
+bool DeviceModel::unlock()
+{
+    if (!m_admin)
+        return false;
+    postParts(recordMessages({}, {}, RecordForm::Whole, m_settings.partSize, statusDigit(), modeDigit()));
+    postState();
+    if (m_settings.sessionTexts)
+        postReport({0, 0, "Tellarion unlocked"});
+    return true;
+}
+
+} // namespace simulator

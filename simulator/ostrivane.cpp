@@ -1,0 +1,265 @@
+#include "simulator/ostrivane.h"
+
+#include "simulator/link.h"
+#include "simulator/tellarion_simulator.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+
+namespace {
+
+using simulator::Amount;
+using simulator::DeviceModel;
+using simulator::Link;
+using simulator::Milliseconds;
+using simulator::Pieces;
+using simulator::Settings;
+
+constexpr std::size_t initiateAnswerSize = 64;
+constexpr std::size_t commandAnswerSize = 80;
+
+/// Lives to the end of the process: others may still close the link when statics here are gone.
+Link& theLink()
+{
+    static Link& link = *new Link;
+    return link;
+}
+
+struct CloseAtUnload {
+    ~CloseAtUnload() { theLink().close(); }
+} closeAtUnload;
+
+/// What tlsim_configure set, and how it went.
+class Configuration {
+public:
+    void set(const char* json)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_error.clear();
+        if (json)
+            m_settings = attempt([&] { return simulator::parseSettings(json); }, m_settings);
+        else
+            m_settings.reset();
+    }
+
+    /// Empty if there is a file and it can't be used.
+    std::optional<Settings> get()
+    {
+        const std::lock_guard lock(m_mutex);
+        m_error.clear();
+        if (m_settings)
+            return m_settings;
+        const char* path = std::getenv("TLSIM_CONFIG");
+        if (!path)
+            return Settings{};
+        return attempt([&] { return readFile(path); }, std::nullopt);
+    }
+
+    void setError(const std::string& error)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_error = error;
+    }
+
+    std::string error()
+    {
+        const std::lock_guard lock(m_mutex);
+        return m_error;
+    }
+
+private:
+    template <typename Source>
+    std::optional<Settings> attempt(const Source& source, std::optional<Settings> otherwise)
+    {
+        try {
+            return source();
+        } catch (const std::exception& error) {
+            m_error = error.what();
+            return otherwise;
+        }
+    }
+
+    static Settings readFile(const char* path)
+    {
+        std::ifstream file(path, std::ios::binary);
+        if (!file)
+            throw std::runtime_error(std::string("settings: can't open ") + path);
+        const std::string text(std::istreambuf_iterator<char>(file), {});
+        return simulator::parseSettings(text);
+    }
+
+    std::mutex m_mutex;
+    std::optional<Settings> m_settings;
+    std::string m_error;
+};
+
+Configuration& theConfiguration()
+{
+    static Configuration& configuration = *new Configuration;
+    return configuration;
+}
+
+void copyText(const std::string& text, char* buffer, std::size_t size)
+{
+    if (!buffer || size == 0)
+        return;
+    const std::size_t length = std::min(text.size(), size - 1);
+    std::memcpy(buffer, text.data(), length);
+    buffer[length] = '\0';
+}
+
+void copyText(const std::string& text, char* buffer, int size)
+{
+    copyText(text, buffer, static_cast<std::size_t>(std::max(0, size)));
+}
+
+std::string textOf(const Pieces& pieces, const DeviceModel& device)
+{
+    simulator::CashList list;
+    for (const auto& [denomination, count] : pieces) {
+        const auto* unit = device.drawer().find(denomination);
+        const bool coin = unit && unit->kind == simulator::CashKind::Coin;
+        (coin ? list.coins : list.notes).push_back({denomination, count});
+    }
+    return list.text();
+}
+
+/// Hands out what "take" takes away from the device.
+int32_t takeAway(Pieces (DeviceModel::*take)(), char* text, int size)
+{
+    Amount amount = 0;
+    std::string list;
+    theLink().atDevice([&](DeviceModel& device, Milliseconds) {
+        const Pieces pieces = (device.*take)();
+        amount = simulator::valueOf(pieces);
+        list = textOf(pieces, device);
+    });
+    copyText(list, text, size);
+    return static_cast<int32_t>(amount);
+}
+
+/// What "question" answers about the device; 0 if there is none.
+template <typename Question>
+int32_t ask(const Question& question)
+{
+    Amount answer = 0;
+    theLink().atDevice(
+        [&](DeviceModel& device, Milliseconds now) { answer = static_cast<Amount>(question(device, now)); });
+    return static_cast<int32_t>(answer);
+}
+
+} // namespace
+
+extern "C" {
+
+void tl_initiate2(int (*callback)(const char*), const char* /*portName*/, char* answer,
+                  std::int16_t* returnCode)
+{
+    const auto settings = theConfiguration().get();
+    const Link::Opening opening =
+        settings ? theLink().open(callback, *settings) : Link::Opening{3, "Bad simulator settings"};
+    if (settings && opening.code != 0)
+        theConfiguration().setError(opening.text);
+    copyText(opening.text, answer, initiateAnswerSize);
+    *returnCode = static_cast<std::int16_t>(opening.code);
+}
+
+void tl_dini(void* /*object*/, char* /*message*/)
+{
+    theLink().close();
+}
+
+void tl_002(const char* command, char* answer)
+{
+    copyText(theLink().command(command), answer, commandAnswerSize);
+}
+
+void tl_loggedout(const char* /*text*/, char* answer)
+{
+    theLink().atDevice([](DeviceModel& device, Milliseconds) { device.loggedOut(); });
+    copyText(std::string("b") + simulator::fieldSeparator + "0Ok", answer, commandAnswerSize);
+}
+
+int tlsim_configure(const char* json)
+{
+    theConfiguration().set(json);
+    return theConfiguration().error().empty() ? 0 : 1;
+}
+
+int tlsim_last_error(char* text, int size)
+{
+    const std::string error = theConfiguration().error();
+    copyText(error, text, size);
+    return static_cast<int>(error.size());
+}
+
+int32_t tlsim_insert(int32_t denomination, int32_t count)
+{
+    return ask(
+        [&](DeviceModel& device, Milliseconds now) { return device.insert(denomination, count, now); });
+}
+
+int32_t tlsim_drawer(char* text, int size)
+{
+    std::string list;
+    const int32_t amount = ask([&](const DeviceModel& device, Milliseconds) {
+        list = device.content().text();
+        return device.drawer().value();
+    });
+    copyText(list, text, size);
+    return amount;
+}
+
+int32_t tlsim_paid_in(void)
+{
+    return ask([](const DeviceModel& device, Milliseconds) { return device.paidIn(); });
+}
+
+int32_t tlsim_taken(char* text, int size)
+{
+    return takeAway(&DeviceModel::takePaidOut, text, size);
+}
+
+int32_t tlsim_collected(char* text, int size)
+{
+    return takeAway(&DeviceModel::takeCollected, text, size);
+}
+
+int tlsim_balances(void)
+{
+    return ask([](const DeviceModel& device, Milliseconds) { return device.balances(); });
+}
+
+int tlsim_busy(void)
+{
+    return ask([](const DeviceModel& device, Milliseconds now) { return device.isBusy(now); });
+}
+
+int tlsim_fail(int code)
+{
+    if (code < 1 || code > 99)
+        return 1;
+    const bool done =
+        theLink().atDevice([&](DeviceModel& device, Milliseconds now) { device.fail(code, now); });
+    return done ? 0 : 1;
+}
+
+int tlsim_stick(int32_t denomination, int32_t count)
+{
+    bool done = false;
+    theLink().atDevice(
+        [&](DeviceModel& device, Milliseconds) { done = device.setStuck(denomination, count); });
+    return done ? 0 : 1;
+}
+
+int tlsim_inject(const char* message)
+{
+    const bool done =
+        theLink().atDevice([&](DeviceModel& device, Milliseconds now) { device.inject(message, now); });
+    return done ? 0 : 1;
+}
+}

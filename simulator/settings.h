@@ -1,0 +1,59 @@
+// What the simulated device is set up as, and the JSON text that says so.
+#pragma once
+
+#include "simulator/cash.h"
+
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace simulator {
+
+/// Virtual or real time in milliseconds, from any starting point.
+using Milliseconds = std::int64_t;
+
+struct Denomination {
+    Amount value = 0;
+    CashKind kind = CashKind::Coin;
+    int count = 0;
+    int low = 0;          // reported as low at this many pieces and below; 0 to 99
+    int high = 0;         // reported as high at this many pieces and above; 0 for never
+    int cashFloat = 0;    // pieces that a collection leaves behind
+    int capacity = 0;     // pieces that there is room for; 0 for no limit
+    bool recycled = true; // false: taken in and never paid out again
+    int stuck = 0;        // pieces that can't be moved
+};
+
+struct Settings {
+    std::vector<Denomination> drawer = defaultDrawer(); // ascending, coins before notes
+    std::string currency = "SEK";
+    int decimals = 2;
+
+    int versionKind = 1;                            // 1: long messages once the version was asked for
+    std::string masterVersion = "0312";             // four digits
+    std::string apiVersion = "Tellarion simulator"; // at most 99 characters
+    std::string commands = "ABCDEFGHIJKLMNPQRVX";   // letters that the device takes
+    std::size_t partSize = 40;                      // characters of payload in one part of a long answer
+
+    Milliseconds answerDelay = 20; // from a command to its first message
+    Milliseconds messageGap = 50;  // at least this long between two messages, but for parts of one answer
+    Milliseconds payOutTime = 400; // how long paying, giving back or collecting keeps the device busy
+
+    bool payInAfterLogin = true;   // false: a login leaves pay-in closed
+    bool loginOpens = true;        // false: every login is answered with mode 2
+    bool loginClearsError = false; // true: the login commands are taken in the error status and end it
+    bool sessionTexts = true;      // false: no cash session texts
+
+    std::map<char, char> refuse; // lower-case command letter to the status character that it gets
+    std::string silent;          // lower-case letters of commands that are accepted and then ignored
+    bool busyInCall = false;     // true: a command that makes it busy returns when the message has told so
+    int openCode = 0;            // what opening the link answers; other than 0 it stays closed
+
+    static std::vector<Denomination> defaultDrawer();
+};
+
+/// Throws std::runtime_error with a text for people to read.
+Settings parseSettings(std::string_view json);
+
+} // namespace simulator

@@ -1,0 +1,73 @@
+#include "examples/till/commands.h"
+
+#include <fmt/format.h>
+
+#include <cstdlib>
+
+namespace {
+
+using ArrayFunction =
+    std::function<std::int16_t(CashCountRecord** coins, std::int32_t* nCoins, CashCountRecord** notes,
+                               std::int32_t* nNotes, std::uint32_t* rest, char* message)>;
+
+/// A call that hands out what the device could not move; nothing of that is wanted here.
+void callWithArrays(Session& session, const std::string& what, const ArrayFunction& function)
+{
+    CashCountRecord* coins = nullptr;
+    CashCountRecord* notes = nullptr;
+    std::int32_t nCoins = 0;
+    std::int32_t nNotes = 0;
+    std::uint32_t rest = 0;
+    session.call(what, [&](char* message) {
+        const std::int16_t status = function(&coins, &nCoins, &notes, &nNotes, &rest, message);
+        std::free(coins);
+        std::free(notes);
+        return status;
+    });
+}
+
+void switchMode(Session& session, std::int16_t type, int mode)
+{
+    session.call(fmt::format("adminModeTL({})", type),
+                 [&](char* message) { return adminModeTL(type, message); });
+    session.expect("the new mode", [&](const DeviceStatus& now) { return now.mode == mode; });
+}
+
+void replenish(Session& session)
+{
+    session.payIn({50000, 50000, 20000});
+    session.call("endReplenishTL(\"ADMIN-1\")",
+                 [](char* message) { return endReplenishTL("ADMIN-1", message); });
+}
+
+} // namespace
+
+bool runAdministration(Printer& printer, const SessionOptions& options)
+{
+    constexpr std::uint32_t firstUnit = 1;
+
+    printer.heading("The day's administration");
+    Session session(printer, options);
+    session.call("disablePayinTL", &disablePayinTL);
+    switchMode(session, 1, 3);
+    replenish(session);
+
+    callWithArrays(session, "collectToCashFloatTL(1)", [](auto... results) {
+        const auto call = [](auto coins, auto nCoins, auto notes, auto nNotes, auto rest, char* message) {
+            return collectToCashFloatTL(1, coins, nCoins, notes, nNotes, rest, "ADMIN-2", message);
+        };
+        return call(results...);
+    });
+    session.book().takeCollected();
+    callWithArrays(session, fmt::format("purgeTL({})", firstUnit), [&](auto... results) {
+        const auto call = [&](auto coins, auto nCoins, auto notes, auto nNotes, auto rest, char* message) {
+            return purgeTL(firstUnit, coins, nCoins, notes, nNotes, rest, "ADMIN-3", message);
+        };
+        return call(results...);
+    });
+    session.book().takeCollected();
+    session.call(fmt::format("unlockTL({})", firstUnit),
+                 [&](char* message) { return unlockTL(firstUnit, message); });
+    switchMode(session, 2, 1);
+    return session.finish();
+}

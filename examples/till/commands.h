@@ -1,0 +1,27 @@
+// The till's commands. Each runs one session and answers whether all went well; a call that fails throws.
+#pragma once
+
+#include "examples/till/session.h"
+
+struct SaleOptions {
+    std::int64_t due = 6300;
+    std::vector<std::int64_t> pieces = {5000, 2000, 500}; // what the customer pays with
+};
+
+/// Paid with change in one call.
+bool runPayOutSale(Printer& printer, const SessionOptions& session, const SaleOptions& sale);
+
+/// Pay-in closed, the money kept, and the change dispensed.
+bool runDepositSale(Printer& printer, const SessionOptions& session, const SaleOptions& sale);
+
+/// The customer takes back the last note, and then everything.
+bool runRegretSale(Printer& printer, const SessionOptions& session, const SaleOptions& sale);
+
+/// What the device holds, as the library counts it.
+bool runCount(Printer& printer, const SessionOptions& session);
+
+/// A drawer that runs dry, with its warnings.
+bool runLevels(Printer& printer, const SessionOptions& session);
+
+/// Replenishes, collects to the float, purges and unlocks.
+bool runAdministration(Printer& printer, const SessionOptions& session);

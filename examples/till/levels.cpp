@@ -1,0 +1,38 @@
+#include "examples/till/commands.h"
+
+#include "simulator/tellarion_simulator.h"
+
+#include <fmt/format.h>
+
+#include <stdexcept>
+
+namespace {
+
+// Not much in it, so that a few payments empty it.
+constexpr const char* smallDrawer = R"({"drawer": [
+    {"value": 100, "kind": "coin", "count": 12, "low": 8},
+    {"value": 500, "kind": "coin", "count": 6, "low": 3},
+    {"value": 1000, "kind": "coin", "count": 4, "low": 2},
+    {"value": 2000, "kind": "note", "count": 5, "low": 3}]})";
+
+} // namespace
+
+bool runLevels(Printer& printer, const SessionOptions& options)
+{
+    printer.heading("A drawer that runs dry");
+    if (tlsim_configure(smallDrawer) != 0)
+        throw std::runtime_error("the simulator refused its settings");
+    Session session(printer, options);
+    session.call("disablePayinTL", &disablePayinTL);
+
+    bool right = true;
+    for (const std::int32_t amount : {3600, 3700, 3800, 5100}) {
+        std::int32_t rest = 0;
+        session.call(fmt::format("dispenseTL({})", money(amount)),
+                     [&](char* message) { return dispenseTL(amount, "", &rest, message); });
+        right = amountOf(session.book().take()) == amount && right;
+    }
+    const EventCounts counts = session.events().counts();
+    printer.line(LineKind::Note, fmt::format("{} warnings of low and {} of empty", counts.low, counts.empty));
+    return session.finish() && right && counts.low > 0 && counts.empty > 0;
+}

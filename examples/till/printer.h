@@ -1,0 +1,44 @@
+// What a person reads: one line at a time, from any thread.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <vector>
+
+/// An amount in the smallest unit as people write it: 13750 is "137.50".
+std::string money(std::int64_t amount);
+
+/// The other way round, with "." or "," and one or two decimals, or none; -1 if it is no amount.
+std::int64_t parseMoney(const std::string& text);
+
+enum class LineKind { Call, Good, Bad, Event, Customer, Note };
+
+struct Table {
+    std::vector<std::string> headings;
+    std::vector<std::vector<std::string>> rows;
+    bool total = false; // the last row is a total
+};
+
+class Printer {
+public:
+    Printer();
+
+    /// The time since the start, who speaks, and the text.
+    void line(LineKind kind, const std::string& text);
+
+    void heading(const std::string& text);
+
+    /// First column to the left, the others to the right.
+    void table(const Table& table);
+
+private:
+    std::string coloured(const char* sequence, const std::string& text) const;
+    std::string secondsSinceStart() const;
+    void write(const std::string& text);
+
+    const bool m_colours;
+    const std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
+    std::mutex m_mutex;
+};

@@ -1,0 +1,98 @@
+#include "examples/till/session.h"
+
+#include "simulator/tellarion_simulator.h"
+
+#include <fmt/format.h>
+
+#include <array>
+#include <cstdlib>
+#include <stdexcept>
+
+namespace {
+
+using Message = std::array<char, 4096>;
+
+// The calls that pay come back when the device is ready again.
+constexpr const char* waitForReady = "PayOutOkCheck:1;ChangeOkCheck:1;RegretOkCheck:1;";
+
+std::string logDirectory()
+{
+    for (const char* variable : {"TLLOGS", "LOGFILE"})
+        if (const char* value = std::getenv(variable))
+            return value;
+    return "the library's default directory (set TLLOGS to choose one)";
+}
+
+} // namespace
+
+Session::Session(Printer& printer, const SessionOptions& options) : m_printer(printer), m_events(printer)
+{
+    m_printer.line(LineKind::Note, "logs are in " + logDirectory());
+    call("registerEvents4TL", [&](char* message) { return m_events.registerAll(message); });
+
+    const std::string port = fmt::format("Type:RS232;Name:{};", options.port);
+    call(fmt::format("initTL(\"{}\")", port),
+         [&](char* message) { return initTL(port.c_str(), waitForReady, message); });
+    m_initialised = true;
+    m_book.emplace(m_printer);
+    m_printer.line(LineKind::Note, "the drawer holds " + money(amountOf(drawerCash())));
+
+    call(fmt::format("loginTL({}, 1)", options.user),
+         [&](char* message) { return loginTL(static_cast<std::int16_t>(options.user), 1, message); });
+    showDevice();
+}
+
+Session::~Session()
+{
+    Message message{};
+    if (m_initialised)
+        exitTL(message.data());
+}
+
+void Session::call(const std::string& what, const std::function<std::int16_t(char* message)>& function)
+{
+    m_printer.line(LineKind::Call, what);
+    Message message{};
+    const std::int16_t status = function(message.data());
+    const std::string outcome = fmt::format("status {}: {}", status, message.data());
+    m_printer.line(status == TL_STATUS_OK ? LineKind::Good : LineKind::Bad, outcome);
+    if (status != TL_STATUS_OK)
+        throw std::runtime_error(fmt::format("{} ended with {}", what, outcome));
+}
+
+void Session::expect(const std::string& what, const std::function<bool(const DeviceStatus&)>& answers)
+{
+    if (!m_events.waitForStatus(answers))
+        throw std::runtime_error("no event told of " + what);
+}
+
+void Session::payIn(const std::vector<std::int64_t>& denominations)
+{
+    const std::int64_t before = tlsim_paid_in();
+    std::int64_t sum = before;
+    for (const std::int64_t denomination : denominations) {
+        m_book->insert(denomination, 1);
+        sum += denomination;
+    }
+    expect("the money paid in", [&](const DeviceStatus& now) { return now.amount == sum; });
+}
+
+bool Session::finish()
+{
+    call("logoutTL", &logoutTL);
+    call("exitTL", &exitTL);
+    m_initialised = false;
+    return m_book->close();
+}
+
+void Session::showDevice()
+{
+    std::uint32_t level = 0;
+    Message commands{};
+    Message master{};
+    Message info{};
+    call("infoTL",
+         [&](char* message) { return infoTL(&level, commands.data(), master.data(), info.data(), message); });
+    m_printer.line(LineKind::Note, fmt::format("level {}, commands {}, master version {}, {}", level,
+                                               commands.data(), master.data(), info.data()));
+}

@@ -1,0 +1,48 @@
+// One session of the till with the device, from initialising to the exit.
+#pragma once
+
+#include "examples/till/drawer_book.h"
+#include "examples/till/events.h"
+
+#include <optional>
+
+struct SessionOptions {
+    std::string port = "sim";
+    int user = 7;
+};
+
+class Session {
+public:
+    /// Initialises the library and logs in. Throws, as all here, if a call doesn't end well.
+    Session(Printer& printer, const SessionOptions& options);
+
+    /// Leaves the device as well as may be if the session breaks off.
+    ~Session();
+
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    /// Shows and makes one call of the library; "function" gets the message buffer.
+    void call(const std::string& what, const std::function<std::int16_t(char* message)>& function);
+
+    /// Waits for a status event.
+    void expect(const std::string& what, const std::function<bool(const DeviceStatus&)>& answers);
+
+    /// The customer puts pieces in, and the device has told of all of them.
+    void payIn(const std::vector<std::int64_t>& denominations);
+
+    /// Logs out and exits, and answers whether the money adds up.
+    bool finish();
+
+    Printer& printer() { return m_printer; }
+    Events& events() { return m_events; }
+    DrawerBook& book() { return *m_book; }
+
+private:
+    void showDevice();
+
+    Printer& m_printer;
+    Events m_events;
+    std::optional<DrawerBook> m_book; // there is a device once the library is initialised
+    bool m_initialised = false;
+};

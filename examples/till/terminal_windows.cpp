@@ -1,0 +1,11 @@
+#include "examples/till/terminal.h"
+
+#include <windows.h>
+
+bool standardOutputShowsColour()
+{
+    constexpr DWORD sequences = 0x0004; // ENABLE_VIRTUAL_TERMINAL_PROCESSING
+    const HANDLE output = GetStdHandle(STD_OUTPUT_HANDLE);
+    DWORD mode = 0;
+    return GetConsoleMode(output, &mode) != 0 && SetConsoleMode(output, mode | sequences) != 0;
+}

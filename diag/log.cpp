@@ -244,7 +244,6 @@ void setLogSubfolder(const std::string& name)
     if (name.find('.') != std::string::npos && isSafeFolderName(name))
         g_sLogSubfolder = name.substr(0, MAX_SUBFOLDER_LENGTH);
     // The former files stay open to the end of the process: whoever follows them loses nothing.
-    static_cast<void>(g_pLogFiles.release());
     g_pLogFiles = std::make_unique<CLogFiles>();
 }
 

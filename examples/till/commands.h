@@ -23,5 +23,8 @@ bool runCount(Printer& printer, const SessionOptions& session);
 /// A drawer that runs dry, with its warnings.
 bool runLevels(Printer& printer, const SessionOptions& session);
 
+/// Events as messages to a window or a socket, their texts fetched.
+bool runWindow(Printer& printer, const SessionOptions& session);
+
 /// Replenishes, collects to the float, purges and unlocks.
 bool runAdministration(Printer& printer, const SessionOptions& session);

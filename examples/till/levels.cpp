@@ -1,21 +1,11 @@
 #include "examples/till/commands.h"
 
+#include "examples/till/small_drawer.h"
 #include "simulator/tellarion_simulator.h"
 
 #include <fmt/format.h>
 
 #include <stdexcept>
-
-namespace {
-
-// Not much in it, so that a few payments empty it.
-constexpr const char* smallDrawer = R"({"drawer": [
-    {"value": 100, "kind": "coin", "count": 12, "low": 8},
-    {"value": 500, "kind": "coin", "count": 6, "low": 3},
-    {"value": 1000, "kind": "coin", "count": 4, "low": 2},
-    {"value": 2000, "kind": "note", "count": 5, "low": 3}]})";
-
-} // namespace
 
 bool runLevels(Printer& printer, const SessionOptions& options)
 {

@@ -57,6 +57,7 @@ std::optional<int> parse(int count, char** texts, Arguments& arguments)
         ->transform(amount);
     app.add_subcommand("count", "Count the cash");
     app.add_subcommand("levels", "Run a small drawer dry and show its warnings");
+    app.add_subcommand("window", "Get events as messages, and fetch their texts");
     app.add_subcommand("admin", "Replenish, collect to the float, purge and unlock");
 
     try {
@@ -79,6 +80,8 @@ bool run(Printer& printer, const Arguments& arguments)
         return runCount(printer, arguments.session);
     if (arguments.command == "levels")
         return runLevels(printer, arguments.session);
+    if (arguments.command == "window")
+        return runWindow(printer, arguments.session);
     if (arguments.command == "admin")
         return runAdministration(printer, arguments.session);
     if (arguments.kind == "deposit")

@@ -25,6 +25,17 @@ std::string logDirectory()
 
 } // namespace
 
+void showCall(Printer& printer, const std::string& what, const LibraryCall& function)
+{
+    printer.line(LineKind::Call, what);
+    Message message{};
+    const std::int16_t status = function(message.data());
+    const std::string outcome = fmt::format("status {}: {}", status, message.data());
+    printer.line(status == TL_STATUS_OK ? LineKind::Good : LineKind::Bad, outcome);
+    if (status != TL_STATUS_OK)
+        throw std::runtime_error(fmt::format("{} ended with {}", what, outcome));
+}
+
 Session::Session(Printer& printer, const SessionOptions& options) : m_printer(printer), m_events(printer)
 {
     m_printer.line(LineKind::Note, "logs are in " + logDirectory());
@@ -47,17 +58,6 @@ Session::~Session()
     Message message{};
     if (m_initialised)
         exitTL(message.data());
-}
-
-void Session::call(const std::string& what, const std::function<std::int16_t(char* message)>& function)
-{
-    m_printer.line(LineKind::Call, what);
-    Message message{};
-    const std::int16_t status = function(message.data());
-    const std::string outcome = fmt::format("status {}: {}", status, message.data());
-    m_printer.line(status == TL_STATUS_OK ? LineKind::Good : LineKind::Bad, outcome);
-    if (status != TL_STATUS_OK)
-        throw std::runtime_error(fmt::format("{} ended with {}", what, outcome));
 }
 
 void Session::expect(const std::string& what, const std::function<bool(const DeviceStatus&)>& answers)

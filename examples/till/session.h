@@ -11,6 +11,11 @@ struct SessionOptions {
     int user = 7;
 };
 
+using LibraryCall = std::function<std::int16_t(char* message)>;
+
+/// Shows and makes one call of the library; "function" gets the message buffer. Throws if it fails.
+void showCall(Printer& printer, const std::string& what, const LibraryCall& function);
+
 class Session {
 public:
     /// Initialises the library and logs in. Throws, as all here, if a call doesn't end well.
@@ -22,8 +27,7 @@ public:
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    /// Shows and makes one call of the library; "function" gets the message buffer.
-    void call(const std::string& what, const std::function<std::int16_t(char* message)>& function);
+    void call(const std::string& what, const LibraryCall& function) { showCall(m_printer, what, function); }
 
     /// Waits for a status event.
     void expect(const std::string& what, const std::function<bool(const DeviceStatus&)>& answers);

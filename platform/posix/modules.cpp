@@ -17,24 +17,20 @@ char loadedFrom[PATH_MAX];
 bool rememberPath()
 {
     Dl_info info{};
-    if (dladdr(loadedFrom, &info) == 0 || info.dli_fname == nullptr) {
+    if (dladdr(loadedFrom, &info) == 0 || info.dli_fname == nullptr)
         return false;
-    }
     const char* name = info.dli_fname;
     char directory[PATH_MAX] = "";
     if (name[0] != '/') {
-        while (std::strncmp(name, "./", 2) == 0) {
+        while (std::strncmp(name, "./", 2) == 0)
             name += 2;
-        }
-        if (getcwd(directory, sizeof directory) == nullptr) {
+        if (getcwd(directory, sizeof directory) == nullptr)
             return false;
-        }
     }
     const char* separator = name[0] == '/' || std::strcmp(directory, "/") == 0 ? "" : "/";
     const int length = std::snprintf(loadedFrom, sizeof loadedFrom, "%s%s%s", directory, separator, name);
-    if (length < 0 || length >= static_cast<int>(sizeof loadedFrom)) {
+    if (length < 0 || length >= static_cast<int>(sizeof loadedFrom))
         loadedFrom[0] = '\0';
-    }
     return loadedFrom[0] != '\0';
 }
 

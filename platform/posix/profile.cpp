@@ -1,11 +1,12 @@
 #include "platform/profile.h"
 
+#include "platform/decimal.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <limits>
 #include <optional>
 #include <string_view>
 
@@ -14,21 +15,20 @@ namespace platform {
 namespace {
 
 // No settings file is that big: whatever is there instead isn't worth the memory.
-constexpr off_t largestFile = 16 * 1024 * 1024;
-constexpr std::size_t longestText = 127;
-constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+constexpr off_t LARGEST_FILE = 4 * 1024 * 1024;
+constexpr std::size_t LONGEST_TEXT = 127;
+constexpr std::string_view BYTE_ORDER_MARK = "\xEF\xBB\xBF";
 // The end-of-file character of old editors counts as a blank too.
-constexpr std::string_view blanks = " \t\v\f\x1A";
+constexpr std::string_view BLANKS = " \t\v\f\x1A";
 
 std::string readFile(const std::string& path)
 {
     std::string text;
     const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
-    if (descriptor < 0) {
+    if (descriptor < 0)
         return text;
-    }
     struct stat status = {};
-    if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && status.st_size <= largestFile) {
+    if (fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode) && status.st_size <= LARGEST_FILE) {
         text.resize(static_cast<std::size_t>(status.st_size));
         std::size_t filled = 0;
         ssize_t got = 1;
@@ -44,11 +44,10 @@ std::string readFile(const std::string& path)
 
 std::string_view trimmed(std::string_view text)
 {
-    const std::size_t first = text.find_first_not_of(blanks);
-    if (first == std::string_view::npos) {
+    const std::size_t first = text.find_first_not_of(BLANKS);
+    if (first == std::string_view::npos)
         return {};
-    }
-    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
+    return text.substr(first, text.find_last_not_of(BLANKS) - first + 1);
 }
 
 // Not tolower: the application may have set a locale with other ideas.
@@ -73,18 +72,16 @@ std::string_view unquoted(std::string_view value)
 std::optional<std::string_view> findValue(std::string_view text, std::string_view section,
                                           std::string_view key)
 {
-    if (text.starts_with(byteOrderMark)) {
-        text.remove_prefix(byteOrderMark.size());
-    }
+    if (text.starts_with(BYTE_ORDER_MARK))
+        text.remove_prefix(BYTE_ORDER_MARK.size());
     bool inSection = false;
     while (!text.empty()) {
         const std::size_t end = std::min(text.find_first_of("\r\n"), text.size());
         std::string_view line = text.substr(0, end);
         text.remove_prefix(std::min(end + 1, text.size()));
         line = trimmed(line.substr(0, line.find('\0')));
-        if (line.empty() || line.front() == ';') {
+        if (line.empty() || line.front() == ';')
             continue;
-        }
         const std::size_t sectionEnd = line.front() == '[' ? line.rfind(']') : std::string_view::npos;
         if (sectionEnd != std::string_view::npos) {
             if (inSection) {
@@ -95,30 +92,10 @@ std::optional<std::string_view> findValue(std::string_view text, std::string_vie
             continue;
         }
         const std::size_t equals = line.find('=');
-        if (inSection && equals != std::string_view::npos && sameName(trimmed(line.substr(0, equals)), key)) {
+        if (inSection && equals != std::string_view::npos && sameName(trimmed(line.substr(0, equals)), key))
             return unquoted(trimmed(line.substr(equals + 1)));
-        }
     }
     return std::nullopt;
-}
-
-std::int32_t leadingNumber(std::string_view text)
-{
-    using Limits = std::numeric_limits<std::int32_t>;
-    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
-    const bool negative = text.starts_with('-');
-    if (negative || text.starts_with('+')) {
-        text.remove_prefix(1);
-    }
-    std::int64_t number = 0;
-    for (const char character : text) {
-        if (character < '0' || character > '9') {
-            break;
-        }
-        number = std::min<std::int64_t>(number * 10 + (character - '0'), std::int64_t{Limits::max()} + 1);
-    }
-    return static_cast<std::int32_t>(
-        std::clamp<std::int64_t>(negative ? -number : number, Limits::min(), Limits::max()));
 }
 
 } // namespace
@@ -127,13 +104,13 @@ std::int32_t profileInt(const char* section, const char* key, const std::string&
 {
     const std::string text = readFile(path);
     const std::optional<std::string_view> value = findValue(text, section, key);
-    return value ? leadingNumber(*value) : -1;
+    return value ? leadingDecimal(*value) : -1;
 }
 
 std::string profileString(const char* section, const char* key, const std::string& path)
 {
     const std::string text = readFile(path);
-    return std::string(findValue(text, section, key).value_or("").substr(0, longestText));
+    return std::string(findValue(text, section, key).value_or("").substr(0, LONGEST_TEXT));
 }
 
 } // namespace platform

@@ -36,9 +36,8 @@ std::optional<std::string> environmentVariable(const char* name)
     for (;;) {
         SetLastError(ERROR_SUCCESS);
         const DWORD length = GetEnvironmentVariableA(name, value.data(), static_cast<DWORD>(value.size()));
-        if (length == 0 && GetLastError() != ERROR_SUCCESS) {
+        if (length == 0 && GetLastError() != ERROR_SUCCESS)
             return std::nullopt;
-        }
         if (length < value.size()) {
             value.resize(length);
             return value;
@@ -53,9 +52,8 @@ bool canRead(const std::string& path)
     const HANDLE file =
         CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                     nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE) {
+    if (file == INVALID_HANDLE_VALUE)
         return false;
-    }
     const bool onDisk = GetFileType(file) == FILE_TYPE_DISK;
     CloseHandle(file);
     return onDisk;
@@ -69,14 +67,14 @@ bool makeDirectory(const std::string& path)
 void clearReadOnly(const std::string& path)
 {
     const DWORD attributes = GetFileAttributesA(path.c_str());
-    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0) {
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0)
         SetFileAttributesA(path.c_str(), attributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY));
-    }
 }
 
 std::FILE* openLogFile(const std::string& path, LogOpening opening)
 {
-    return _fsopen(path.c_str(), opening == LogOpening::Append ? "a+" : "w", _SH_DENYNO);
+    // "N": a child process that inherited the file would keep it in use.
+    return _fsopen(path.c_str(), opening == LogOpening::Append ? "a+N" : "wN", _SH_DENYNO);
 }
 
 } // namespace platform

@@ -24,9 +24,8 @@ bool freeModule(Module module)
 std::string ownModulePath(const char* fileName)
 {
     const HMODULE module = GetModuleHandleA(fileName);
-    if (module == nullptr) {
+    if (module == nullptr)
         return {};
-    }
     char path[MAX_PATH];
     const DWORD length = GetModuleFileNameA(module, path, sizeof path);
     // A full buffer means a path that was cut.
@@ -38,16 +37,14 @@ std::string ownModuleVersion(const char* fileName)
     const std::string path = ownModulePath(fileName);
     DWORD unused = 0;
     const DWORD size = path.empty() ? 0 : GetFileVersionInfoSizeA(path.c_str(), &unused);
-    if (size == 0) {
+    if (size == 0)
         return {};
-    }
     std::vector<char> block(size);
     void* value = nullptr;
     UINT valueSize = 0;
     if (!GetFileVersionInfoA(path.c_str(), 0, size, block.data()) ||
-        !VerQueryValueA(block.data(), "\\", &value, &valueSize) || valueSize < sizeof(VS_FIXEDFILEINFO)) {
+        !VerQueryValueA(block.data(), "\\", &value, &valueSize) || valueSize < sizeof(VS_FIXEDFILEINFO))
         return {};
-    }
     const auto* version = static_cast<const VS_FIXEDFILEINFO*>(value);
     return std::to_string(HIWORD(version->dwFileVersionMS)) + "." +
            std::to_string(LOWORD(version->dwFileVersionMS)) + "." +

@@ -1,18 +1,42 @@
 #include "platform/profile.h"
 
+#include "platform/decimal.h"
+
 #include <windows.h>
+
+#include <limits>
 
 namespace platform {
 
-// Beyond plain decimal numbers it's Windows that decides: a number out of range wraps round, "0x1F"
-// may count as 31, and an empty value as absent.
+namespace {
+
+// No settings file is that big: whatever is there instead isn't worth the time.
+bool isTooBig(const std::string& path)
+{
+    constexpr DWORD LARGEST_FILE = 4 * 1024 * 1024;
+    WIN32_FILE_ATTRIBUTE_DATA file;
+    return GetFileAttributesExA(path.c_str(), GetFileExInfoStandard, &file) &&
+           (file.nFileSizeHigh > 0 || file.nFileSizeLow > LARGEST_FILE);
+}
+
+} // namespace
+
 std::int32_t profileInt(const char* section, const char* key, const std::string& path)
 {
+    if (isTooBig(path))
+        return -1;
+    // Windows wraps numbers around that don't fit, where every other number of ours stops at the limit.
+    const std::int32_t number = leadingDecimal(profileString(section, key, path));
+    using Limits = std::numeric_limits<std::int32_t>;
+    if (number == Limits::max() || number == Limits::min())
+        return number;
     return static_cast<std::int32_t>(GetPrivateProfileIntA(section, key, -1, path.c_str()));
 }
 
 std::string profileString(const char* section, const char* key, const std::string& path)
 {
+    if (isTooBig(path))
+        return {};
     char value[128] = "";
     GetPrivateProfileStringA(section, key, nullptr, value, sizeof value, path.c_str());
     return value;

@@ -32,7 +32,7 @@ Refusal needsAdminMode(const Operation& op, const char* label)
                      compose(label, " is not supported not in Admin Mode"));
 }
 
-Refusal waitForReady(const Operation& op)
+Refusal busyGate(const Operation& op)
 {
     return op.busyGate(Ready::PayinEnabledOrDisabled, BUSY_TIMEOUT, OnError::GoOn);
 }
@@ -79,7 +79,7 @@ std::int16_t CTLLogics::adminMode(std::int16_t adminModeType, std::string& messa
 {
     const Operation op(*this, "adminMode", message);
     op.enter(compose("CTLLogics::adminMode(", adminModeType, ")"));
-    if (const auto refusal = waitForReady(op))
+    if (const auto refusal = busyGate(op))
         return *refusal;
     if (const std::int32_t state = g_TLState; state != STATE_PAYIN_DISABLED)
         return op.refuse(TL_STATUS_FAILED_TO_COMPLY, "Failed to comply",
@@ -102,7 +102,7 @@ std::int16_t CTLLogics::endReplenish(const std::string& transactionId, std::stri
 {
     const Operation op(*this, "endReplenish", message);
     op.enter(compose("CTLLogics::endReplenish(", transactionId, ")"));
-    if (const auto refusal = waitForReady(op))
+    if (const auto refusal = busyGate(op))
         return *refusal;
     if (const auto refusal = op.needsState("End Replenish", {STATE_PAYIN_DISABLED}))
         return *refusal;
@@ -126,7 +126,7 @@ std::int16_t CTLLogics::unlock(std::uint32_t number, std::string& message)
 {
     const Operation op(*this, "unlock", message);
     op.enter(compose("CTLLogics::unlock(", number, ")"));
-    if (const auto refusal = waitForReady(op))
+    if (const auto refusal = busyGate(op))
         return *refusal;
     if (const auto refusal = op.needsState("Unlock", {STATE_PAYIN_DISABLED}))
         return *refusal;
@@ -154,7 +154,7 @@ std::int16_t CTLLogics::collectToCashFloat(std::int16_t type, std::string& coins
     const Operation op(*this, "collectToCashFloat", message);
     op.enter(
         compose("CTLLogics::collectToCashFloat(", type, ",coinsAndNotes,\"", transactionId, "\", message)"));
-    if (const auto refusal = waitForReady(op))
+    if (const auto refusal = busyGate(op))
         return *refusal;
     if (const auto refusal = op.needsState("Collect To CashFloat", {STATE_PAYIN_DISABLED}))
         return *refusal;
@@ -175,7 +175,7 @@ std::int16_t CTLLogics::dispenseSpecified(std::int16_t type, std::string& coinsA
     const Operation op(*this, "dispenseSpecified", message);
     op.enter(
         compose("CTLLogics::dispenseSpecified(", type, ",coinsAndNotes,\"", transactionId, "\", message)"));
-    if (const auto refusal = waitForReady(op))
+    if (const auto refusal = busyGate(op))
         return *refusal;
     if (const auto refusal =
             op.needsState("Dispense Specified", {STATE_PAYIN_DISABLED, STATE_CASH_DEPOSITED}))
@@ -202,7 +202,7 @@ std::int16_t CTLLogics::purge(std::uint32_t number, std::string& coinsAndNotes,
 {
     const Operation op(*this, "purge", message);
     op.enter(compose("CTLLogics::purge(", number, ",coinsAndNotes,,\"", transactionId, "\", message)"));
-    if (const auto refusal = waitForReady(op))
+    if (const auto refusal = busyGate(op))
         return *refusal;
     if (const auto refusal = op.needsState("Purge", {STATE_PAYIN_DISABLED, STATE_CASH_DEPOSITED}))
         return *refusal;

@@ -14,6 +14,12 @@
 class COstrivane;
 class Operation;
 
+/// Which statuses a wait for a ready device takes.
+enum class Ready { PayinEnabledOnly, PayinEnabledOrDisabled };
+
+/// A status to return, or nothing: go on.
+using Refusal = std::optional<std::int16_t>;
+
 /// One object, built as the library is loaded. Every method but the constructor and the destructor
 /// returns a status code and fills "message"; all run on the application's thread, since a wait on the
 /// communication library's thread would stop the very messages that it waits for.
@@ -127,6 +133,7 @@ private:
     std::int16_t waitForMode(std::int32_t mode, std::int64_t timeout, bool ignoreError) const;
     std::int16_t waitForStatus(std::int32_t status, std::int64_t timeout) const;
     std::int16_t waitForStatus(std::int32_t statusA, std::int32_t statusB, std::int64_t timeout) const;
+    std::int16_t waitForReady(Ready ready, std::int64_t timeout) const;
     std::int64_t statusOkTimeout() const;
     friend class Operation;
 
@@ -137,6 +144,8 @@ private:
     std::optional<PayOutLimit> purgeForLimit(const Operation& op);
     void addToPaidOutList(const Operation& op, std::int32_t amount);
     void markLowLevelPending(const Operation& op) const;
+    Refusal followPayOut(const Operation& op, std::int16_t sent, const char* command, const char* payment,
+                         Ready readyAtEnd);
 
     // What change and regret share.
     std::int16_t waitForMoneyBack(const Operation& op, std::int32_t paidIn, SettingNumber okCheck) const;

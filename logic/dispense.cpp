@@ -51,23 +51,8 @@ std::int16_t CTLLogics::dispense(std::int32_t amountDispense, const std::string&
     op.prepare(COMMAND_DISPENSE);
     const std::int16_t sent =
         sendPayCommand([&] { return g_ostrivane.dispense(amountDispense, transactionId, message); });
-    if (sent != TL_STATUS_OK) {
-        endOnePayOutSettings();
-        return op.failed("dispense", sent);
-    }
-    // An error status in either wait is told as the timeout: the payment's fate is unknown in both cases.
-    if (const std::int16_t waited = waitForStatus(DEVICE_BUSY, ANSWER_TIMEOUT); waited != TL_STATUS_OK) {
-        endOnePayOutSettings();
-        return op.timedOut("dispense start", waited);
-    }
-    if (m_settings.getIntSetting(PayOutOkCheck) == 1) {
-        if (const std::int16_t waited =
-                waitForStatus(DEVICE_READY, DEVICE_READY_PAYIN_DISABLED, statusOkTimeout());
-            waited != TL_STATUS_OK) {
-            endOnePayOutSettings();
-            return op.timedOut("dispense stop", waited);
-        }
-    }
+    if (const auto failure = followPayOut(op, sent, "dispense", "dispense", Ready::PayinEnabledOrDisabled))
+        return *failure;
     g_TLState = STATE_PAYIN_DISABLED;
     endOnePayOutSettings();
     return op.done();

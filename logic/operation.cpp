@@ -47,9 +47,7 @@ std::optional<std::int16_t> Operation::waitWhileBusy(Ready ready, std::int64_t t
     if (g_nLastCallbackStatus != DEVICE_BUSY)
         return std::nullopt;
     info("Tellarion is Busy. Wait for Ok");
-    return ready == Ready::PayinEnabledOnly
-               ? m_logic.waitForStatus(DEVICE_READY, timeout)
-               : m_logic.waitForStatus(DEVICE_READY, DEVICE_READY_PAYIN_DISABLED, timeout);
+    return m_logic.waitForReady(ready, timeout);
 }
 
 bool Operation::errorStops(OnError onError) const
@@ -122,7 +120,7 @@ std::int16_t Operation::failed(const char* what, std::int16_t result) const
     return result;
 }
 
-std::int16_t Operation::timedOut(const char* what, std::int16_t waitResult) const
+std::int16_t Operation::timedOut(const std::string& what, std::int16_t waitResult) const
 {
     return refuse(TL_STATUS_TIMEOUT, "Timed out", compose(what, " timed out, return code = ", waitResult));
 }

@@ -11,18 +11,12 @@
 #include <optional>
 #include <string>
 
-/// Which statuses end the wait for a busy device.
-enum class Ready { PayinEnabledOnly, PayinEnabledOrDisabled };
-
 /// What the device's error status does to an operation.
 enum class OnError {
     Refuse,
     RefuseUnlessLongApi, // devices of the newer kind get the command all the same
     GoOn
 };
-
-/// A status to return, or nothing: go on.
-using Refusal = std::optional<std::int16_t>;
 
 /// One call of an operation.
 class Operation {
@@ -54,7 +48,7 @@ public:
     std::int16_t done() const;
     std::int16_t refuse(std::int16_t status, LanguageKey key, const std::string& line) const;
     std::int16_t failed(const char* what, std::int16_t result) const;
-    std::int16_t timedOut(const char* what, std::int16_t waitResult) const;
+    std::int16_t timedOut(const std::string& what, std::int16_t waitResult) const;
 
     const char* name() const { return m_sName; }
 

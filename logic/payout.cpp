@@ -74,22 +74,9 @@ std::int16_t CTLLogics::payout(std::int32_t amountDispense, std::int32_t amountD
     op.prepare(COMMAND_PAYOUT);
     const std::int16_t sent = sendPayCommand(
         [&] { return g_ostrivane.doPayOut(amountDispense, amountDeposit, transactionId, message); });
-    if (sent != TL_STATUS_OK) {
-        endOnePayOutSettings();
-        return op.failed("COstrivane::doPayOut", sent);
-    }
-    // An error status in either wait is told as the timeout: the payment's fate is unknown in both cases.
-    if (const std::int16_t waited = waitForStatus(DEVICE_BUSY, ANSWER_TIMEOUT); waited != TL_STATUS_OK) {
-        endOnePayOutSettings();
-        return op.timedOut("doPayout start", waited);
-    }
-    if (m_settings.getIntSetting(PayOutOkCheck) == 1) {
-        if (const std::int16_t waited = waitForStatus(DEVICE_READY, statusOkTimeout());
-            waited != TL_STATUS_OK) {
-            endOnePayOutSettings();
-            return op.timedOut("doPayout stop", waited);
-        }
-    }
+    if (const auto failure =
+            followPayOut(op, sent, "COstrivane::doPayOut", "doPayout", Ready::PayinEnabledOnly))
+        return *failure;
     endOnePayOutSettings();
     return op.done();
 }

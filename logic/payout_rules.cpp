@@ -77,6 +77,29 @@ void CTLLogics::markLowLevelPending(const Operation& op) const
         mark(LOW_LEVEL_WARNING_TRUE, LOW_LEVEL_WARNING_TRUE_PENDING, "LOW_LEVEL_WARNING_TRUE_PENDING");
 }
 
+/// Follows the payment from its send on: busy must be seen and, if the setting says so, the end of it. Every
+/// failure ends the one-pay-out settings; what it is called in the log differs by operation.
+Refusal CTLLogics::followPayOut(const Operation& op, std::int16_t sent, const char* command,
+                                const char* payment, Ready readyAtEnd)
+{
+    if (sent != TL_STATUS_OK) {
+        endOnePayOutSettings();
+        return op.failed(command, sent);
+    }
+    // An error status in either wait is told as the timeout: the payment's fate is unknown in both cases.
+    if (const std::int16_t waited = waitForStatus(DEVICE_BUSY, ANSWER_TIMEOUT); waited != TL_STATUS_OK) {
+        endOnePayOutSettings();
+        return op.timedOut(compose(payment, " start"), waited);
+    }
+    if (m_settings.getIntSetting(PayOutOkCheck) == 1) {
+        if (const std::int16_t waited = waitForReady(readyAtEnd, statusOkTimeout()); waited != TL_STATUS_OK) {
+            endOnePayOutSettings();
+            return op.timedOut(compose(payment, " stop"), waited);
+        }
+    }
+    return std::nullopt;
+}
+
 void CTLLogics::endOnePayOutSettings()
 {
     if (m_settings.getDurationType() == DURATION_NEXT_PAYMENT)

@@ -75,7 +75,7 @@ std::int16_t CTLLogics::login(std::int16_t loginNumber, const std::string& login
     // doesn't stop it.
     if (g_TLState > STATE_LOGGED_OUT || g_nLastCallbackStatus == DEVICE_BUSY) {
         op.info("Tellarion is Busy. Wait for Ok");
-        if (waitForStatus(DEVICE_READY, DEVICE_READY_PAYIN_DISABLED, BUSY_TIMEOUT) == TL_STATUS_TIMEOUT)
+        if (waitForReady(Ready::PayinEnabledOrDisabled, BUSY_TIMEOUT) == TL_STATUS_TIMEOUT)
             return op.stillBusy();
     }
     const bool reopening = g_nLastCallbackStatus == DEVICE_ERROR || g_TLState == STATE_LOGGED_OUT;
@@ -166,7 +166,7 @@ std::int16_t CTLLogics::queryCommandSet(std::string& message)
 {
     const Operation op(*this, "queryCommandSet", message);
     if (g_TLState > STATE_LOGGED_OUT && g_nLastCallbackStatus == DEVICE_BUSY &&
-        waitForStatus(DEVICE_READY, DEVICE_READY_PAYIN_DISABLED, BUSY_TIMEOUT) == TL_STATUS_TIMEOUT) {
+        waitForReady(Ready::PayinEnabledOrDisabled, BUSY_TIMEOUT) == TL_STATUS_TIMEOUT) {
         message = lookupText("Tellarion is busy");
         return TL_STATUS_BUSY;
     }
@@ -226,7 +226,7 @@ std::int16_t CTLLogics::logout(std::string& message)
     std::int16_t sent = g_ostrivane.logout(message);
     if (sent == TL_STATUS_BUSY) {
         op.info("Tellarion was Busy. Wait for Ok and try again");
-        if (waitForStatus(DEVICE_READY, DEVICE_READY_PAYIN_DISABLED, statusOkTimeout()) == TL_STATUS_TIMEOUT)
+        if (waitForReady(Ready::PayinEnabledOrDisabled, statusOkTimeout()) == TL_STATUS_TIMEOUT)
             return op.refuse(TL_STATUS_BUSY, "Tellarion is busy", "Tellarion is still busy");
         logDebug("CTLLogics::logout() internal class ostrivane.logout was busy, now trying again");
         sent = g_ostrivane.logout(message);

@@ -85,8 +85,7 @@ std::int16_t CTLLogics::waitForMoneyBack(const Operation& op, std::int32_t paidI
             return op.timedOut("Start", waited);
     }
     if (m_settings.getIntSetting(okCheck) == 1) {
-        if (const std::int16_t waited =
-                waitForStatus(DEVICE_READY, DEVICE_READY_PAYIN_DISABLED, statusOkTimeout());
+        if (const std::int16_t waited = waitForReady(Ready::PayinEnabledOrDisabled, statusOkTimeout());
             waited != TL_STATUS_OK)
             return op.timedOut("Stop", waited);
     }

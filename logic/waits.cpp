@@ -74,6 +74,13 @@ std::int16_t CTLLogics::waitForStatus(std::int32_t statusA, std::int32_t statusB
     return elapsed >= timeout ? TL_STATUS_TIMEOUT : TL_STATUS_OK;
 }
 
+std::int16_t CTLLogics::waitForReady(Ready ready, std::int64_t timeout) const
+{
+    return ready == Ready::PayinEnabledOnly
+               ? waitForStatus(DEVICE_READY, timeout)
+               : waitForStatus(DEVICE_READY, DEVICE_READY_PAYIN_DISABLED, timeout);
+}
+
 std::int64_t CTLLogics::statusOkTimeout() const
 {
     return static_cast<std::int64_t>(m_settings.getIntSetting(StatusOkTimeout)) * 1000;

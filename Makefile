@@ -1,0 +1,46 @@
+# The ways in: "make demo" and "make test" install what they need, by scripts/setup.sh.
+
+.PHONY: help demo test test-linux test-windows test-tsan test-asan check-format check-layers bench format clean
+
+help:
+	@echo "make demo          build, and run a sale at the till on the simulated device"
+	@echo "make test          all tests: format, layers, Linux, Windows under Wine, sanitizers"
+	@echo "make test-linux    the tests on Linux"
+	@echo "make test-windows  the tests built for Windows, under Wine"
+	@echo "make test-tsan     the tests with the thread sanitizer"
+	@echo "make test-asan     the tests with the address and undefined-behaviour sanitizers"
+	@echo "make check-format  find what clang-format would change"
+	@echo "make check-layers  find knowledge of the operating system outside platform/"
+	@echo "make bench         build and run the measurements"
+	@echo "make format        format all sources"
+	@echo "make clean         remove everything that was built"
+
+demo:
+	@scripts/setup.sh demo
+	cmake --preset linux -DTLLOGICS_TESTS=OFF
+	cmake --build --preset linux --target till
+	build/linux/till sale
+
+test:
+	@scripts/test.sh format layers linux windows tsan asan
+
+test-linux test-windows test-tsan test-asan:
+	@scripts/test.sh $(@:test-%=%)
+
+check-format check-layers:
+	@scripts/test.sh $(@:check-%=%)
+
+bench:
+	@scripts/setup.sh demo
+	cmake --preset linux -DTLLOGICS_TESTS=OFF
+	cmake --build --preset linux --target benchmarks
+	@set -e; for source in bench/*.cpp; do \
+	    [ -e "$$source" ] || { echo "No measurements in bench/."; exit 1; }; \
+	    program=build/linux/$$(basename "$$source" .cpp); echo "$$program"; "$$program"; done
+
+format:
+	@scripts/setup.sh format
+	@scripts/format.sh
+
+clean:
+	rm -rf build

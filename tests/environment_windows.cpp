@@ -1,0 +1,23 @@
+#include "environment.h"
+
+#include <windows.h>
+
+#include <cstdio>
+#include <filesystem>
+
+void setEnvironment(const std::string& name, const std::string& value)
+{
+    SetEnvironmentVariableA(name.c_str(), value.c_str());
+}
+
+void unsetEnvironment(const std::string& name)
+{
+    SetEnvironmentVariableA(name.c_str(), nullptr);
+}
+
+void removeDirectory(const std::string& path)
+{
+    _fcloseall();
+    std::error_code ignored;
+    std::filesystem::remove_all(path, ignored);
+}

@@ -1,0 +1,56 @@
+// The platform layer on Windows: the library's own file and the post to a window.
+#include "platform/files.h"
+#include "platform/messages.h"
+#include "platform/modules.h"
+#include "scratch.h"
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include <filesystem>
+
+TEST(PlatformWindowsModules, PathAndVersionAreThoseOfTheLoadedFile)
+{
+    EXPECT_EQ(platform::ownModulePath("tllogics.dll"), "");
+    EXPECT_EQ(platform::ownModuleVersion("tllogics.dll"), "");
+    const platform::Module library = platform::loadModule("tllogics");
+    ASSERT_NE(library, nullptr);
+    const std::string path = platform::ownModulePath("tllogics.dll");
+    EXPECT_EQ(std::filesystem::path(path).filename(), "tllogics.dll");
+    EXPECT_TRUE(std::filesystem::path(path).is_absolute()) << path;
+    EXPECT_TRUE(platform::canRead(path)) << path;
+    EXPECT_EQ(platform::ownModuleVersion("tllogics.dll"), TLLOGICS_VERSION_TEXT);
+    EXPECT_TRUE(platform::freeModule(library));
+    EXPECT_EQ(platform::ownModulePath("tllogics.dll"), "");
+    // A module without a version.
+    EXPECT_EQ(platform::ownModuleVersion("platform_windows_test.exe"), "");
+}
+
+TEST(PlatformWindowsMessages, APostArrivesWhole)
+{
+    const HWND window =
+        CreateWindowExA(0, "STATIC", "", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
+    ASSERT_NE(window, nullptr);
+    const std::uint32_t number = platform::registerWindowMessage("WM_TL_CALLBACK_STATUS");
+    EXPECT_EQ(number, RegisterWindowMessageA("WM_TL_CALLBACK_STATUS"));
+    platform::postWindowMessage(window, number, 0x8000000000000001U, -2);
+    MSG message{};
+    ASSERT_TRUE(PeekMessageA(&message, window, number, number, PM_REMOVE));
+    EXPECT_EQ(message.wParam, 0x8000000000000001U);
+    EXPECT_EQ(message.lParam, -2);
+    DestroyWindow(window);
+    platform::postWindowMessage(window, number, 0, 0);
+}
+
+TEST(PlatformWindowsFiles, OthersMayReadAndWriteALogFile)
+{
+    const std::string path = scratch::path("a.log");
+    std::FILE* file = platform::openLogFile(path, platform::LogOpening::Append);
+    ASSERT_NE(file, nullptr);
+    const HANDLE other = CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE,
+                                     FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
+    EXPECT_NE(other, INVALID_HANDLE_VALUE);
+    CloseHandle(other);
+    std::fclose(file);
+}

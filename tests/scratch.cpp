@@ -13,6 +13,8 @@ class Directory {
 public:
     Directory()
     {
+        // With the drive, where there are drives.
+        m_sources = std::filesystem::current_path() / TLLOGICS_SOURCE_DIR / "tests";
         std::random_device random;
         m_path = std::filesystem::temp_directory_path() /
                  ("tllogics_" + std::to_string(random()) + std::to_string(random()));
@@ -32,10 +34,18 @@ public:
     }
 
     std::string path(const std::string& name) const { return (m_path / name).string(); }
+    const std::filesystem::path& sources() const { return m_sources; }
 
 private:
     std::filesystem::path m_path;
+    std::filesystem::path m_sources;
 };
+
+std::string contentOf(const std::filesystem::path& path)
+{
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
 
 // Built before all objects of the library, and destroyed after them.
 [[gnu::init_priority(101)]] const Directory directory;
@@ -57,6 +67,10 @@ std::string scratch::write(const std::string& name, const std::string& content)
 
 std::string scratch::read(const std::string& name)
 {
-    std::ifstream stream(path(name), std::ios::binary);
-    return {std::istreambuf_iterator<char>(stream), {}};
+    return contentOf(path(name));
+}
+
+std::string scratch::source(const std::string& name)
+{
+    return contentOf(directory.sources() / name);
 }

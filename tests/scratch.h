@@ -15,4 +15,7 @@ std::string write(const std::string& name, const std::string& content);
 /// All of a file; empty if there is none.
 std::string read(const std::string& name);
 
+/// All of a file of the tests' sources.
+std::string source(const std::string& name);
+
 } // namespace scratch

@@ -1,0 +1,188 @@
+// The log files: one whole sale line by line, and what becomes of the files as time goes by.
+#include "till.h"
+
+#include "diag/log.h"
+#include "environment.h"
+
+namespace {
+
+class LogFiles : public Till {
+protected:
+    void SetUp() override {} // the lines of the load count
+
+    /// The first line at this date and time opens that day's files.
+    void logAt(const std::string& dateAndTime)
+    {
+        virtual_clock::set(dateAndTime);
+        logLine("hello", LOG_NOTE, LOG_FILE_API);
+        logLine("hello", LOG_NOTE, LOG_FILE_LOGIC);
+        logLine("hello", LOG_NOTE, LOG_FILE_ERROR);
+    }
+
+    /// All of a file as it is, with plain line ends.
+    static std::string whole(const std::string& file)
+    {
+        std::string text = scratch::read("logs/" + file);
+        std::erase(text, '\r');
+        return text;
+    }
+
+    /// What the file should be; "@...@" stand for the places that differ from run to run.
+    static std::string expected(const std::string& file)
+    {
+        std::string text = scratch::source("one_sale/" + file);
+        std::erase(text, '\r');
+        const std::string ini = std::filesystem::path("./tllogics.ini").make_preferred().string();
+        for (const auto& [mark, place] :
+             {std::pair<std::string, std::string>{"@INI@", ini}, {"@LIBRARY@", scratch::path("library/")}})
+            for (std::size_t at = 0; (at = text.find(mark)) != std::string::npos;)
+                text.replace(at, mark.size(), place);
+        return text;
+    }
+};
+
+} // namespace
+
+TEST_F(LogFiles, OneSaleInAllThree)
+{
+    device.on("f")
+        .says(10, head('a', 500, 1))
+        .says(20, head('a', 0, 0))
+        .says(20, head('b', 0, 0, 1, "05 100 SEK"));
+    scratch::write("tllogics.ini", "[Operation]\nPayOutOkCheck=1\n");
+    std::int32_t rest = 77;
+    EXPECT_EQ("0 Done", call(registerEvents4TL, onStatus, onError, onLevelWarning, onInformation, onSession));
+    EXPECT_EQ("0 Done", call(initTL, "Type:RS232;Name:COM7;", ""));
+    EXPECT_EQ("0 Done", call(loginTL, 7, 5));
+    device.say(head('a', 500, 0));
+    EXPECT_EQ("10 Amount to deposit too big", call(payout2TL, 0, 501, nullptr, &rest));
+    EXPECT_EQ("0 Done", call(payout2TL, 120, 380, "T1", &rest));
+    EXPECT_EQ("0 Done", call(logoutTL));
+    EXPECT_EQ("0 Done", call(exitTL));
+
+    EXPECT_EQ(expected("tlapi.txt"), whole("tlapi_Sun.log"));
+    EXPECT_EQ(expected("tllogic.txt"), whole("tllogic_Sun.log"));
+    EXPECT_EQ(expected("tlerror.txt"), whole("tlerror_Nov.log"));
+}
+
+TEST_F(LogFiles, TheFirstLineAfterMidnightOpensTheNextDays)
+{
+    apiLog();
+    logAt("2026-11-22 23:59:59.999");
+    EXPECT_EQ(Texts{"## hello"}, apiLog());
+    logAt("2026-11-23 00:00:00.000");
+    EXPECT_EQ("w47 00:00:00.000 ## hello\n", whole("tlapi_Mon.log"));
+    EXPECT_EQ("w47 00:00:00.000 ## hello\n", whole("tllogic_Mon.log"));
+    EXPECT_EQ("2026-11-22 Sun w46 23:59:59.999 ## hello\n2026-11-23 Mon w47 00:00:00.000 ## hello\n",
+              whole("tlerror_Nov.log"));
+    EXPECT_EQ(Texts{}, apiLog());
+    logAt("2027-01-01 08:09:10.011");
+    EXPECT_EQ("w00 08:09:10.011 ## hello\n", whole("tlapi_Fri.log"));
+    EXPECT_EQ("2027-01-01 Fri w00 08:09:10.011 ## hello\n", whole("tlerror_Jan.log"));
+}
+
+TEST_F(LogFiles, OldFilesAreEmptiedAtTheirFirstUse)
+{
+    const std::vector<std::pair<std::string, bool>> weeks{
+        {"w47 10:00:00.000 ## kept\n", true},
+        {"w46 10:00:00.000 ## old\n", false},
+        {"w4 10:00:00.000 ## old\n", false},
+        {"W47 10:00:00.000 ## odd\n", false},
+        {"\nw47 10:00:00.000 ## odd\n", false},
+        {" w47 10:00:00.000 ## odd\n", false},
+        {"w047 ## kept\n", true},
+        {"anything at all\n", false},
+        {"w\n", true},
+        {"", true},
+    };
+    for (const auto& [content, kept] : weeks) {
+        logAt("2026-11-22 12:00:00.000");
+        scratch::write("logs/tlapi_Mon.log", content);
+        scratch::write("logs/tllogic_Mon.log", content);
+        logAt("2026-11-23 12:00:00.000");
+        for (const char* const file : {"tlapi_Mon.log", "tllogic_Mon.log"})
+            EXPECT_EQ((kept ? content : "") + "w47 12:00:00.000 ## hello\n", whole(file)) << content;
+    }
+    const std::vector<std::pair<std::string, bool>> years{{"2026-12-01 Tue w48 ## kept\n", true},
+                                                          {"2025-12-31 Wed w52 ## old\n", false},
+                                                          {"w48 ## odd\n", false}};
+    for (const auto& [content, kept] : years) {
+        logAt("2026-11-30 12:00:00.000");
+        scratch::write("logs/tlerror_Dec.log", content);
+        logAt("2026-12-02 12:00:00.000");
+        EXPECT_EQ((kept ? content : "") + "2026-12-02 Wed w48 12:00:00.000 ## hello\n",
+                  whole("tlerror_Dec.log"));
+    }
+}
+
+TEST_F(LogFiles, EachGateShutsItsKindInAllFiles)
+{
+    struct Row {
+        int kind;
+        const char* line;
+        std::atomic<bool>* gate;
+    };
+    const std::vector<Row> rows{
+        {LOG_APP_IN, "=> text", &g_bLogCRToCAPI},
+        {LOG_APP_OUT, "<= text", &g_bLogCAPIToCR},
+        {LOG_DEVICE_OUT, "-> text", &g_bLogCAPIToCom},
+        {LOG_DEVICE_IN, "<- text", &g_bLogComToCAPI},
+        {LOG_DEBUG, "== text", &g_bLogDebug},
+        {LOG_ERROR, "!! text", nullptr},
+        {LOG_FAILURE, "!! text", nullptr},
+        {LOG_NOTE, "## text", nullptr},
+    };
+    forget();
+    for (const Row& shut : rows) {
+        if (shut.gate != nullptr)
+            *shut.gate = false;
+        for (const Row& row : rows) {
+            for (int file = -1; file <= 3; ++file)
+                logLine("text", row.kind, file);
+            const bool written = row.gate == nullptr || row.gate != shut.gate;
+            for (const char* const file : {"tlapi_Sun.log", "tllogic_Sun.log", "tlerror_Nov.log"})
+                EXPECT_EQ(written ? Texts{row.line} : Texts{}, lines(file))
+                    << row.line << " without " << shut.line;
+        }
+        if (shut.gate != nullptr)
+            *shut.gate = true;
+    }
+    logLine("text", -1, LOG_FILE_API);
+    logLine("text", 8, LOG_FILE_API);
+    EXPECT_EQ(Texts{}, apiLog());
+}
+
+TEST_F(LogFiles, AnAddressNamesASubfolder)
+{
+    registerEvents();
+    apiLog();
+    EXPECT_EQ("0 Done", call(initTL, "Type:RS232;Name:10.0.0.7:4001;", ""));
+    EXPECT_EQ(Texts{"=> initTL(Type:RS232;Name:10.0.0.7:4001;, , message)"}, apiLog());
+    EXPECT_EQ(Texts{"== initTL: Ok! Returning 0 (TL_STATUS_OK): Done"}, lines("10.0.0.7/tlapi_Sun.log"));
+    const std::string longName = "h." + std::string(200, 'n');
+    const std::vector<std::pair<std::string, std::string>> rows{{"COM7", "10.0.0.7"},
+                                                                {"..", "10.0.0.7"},
+                                                                {"../10.0.0.8", "10.0.0.7"},
+                                                                {longName, longName.substr(0, 103)}};
+    for (const auto& [name, folder] : rows) {
+        setLogSubfolder(name);
+        logLine("in " + name, LOG_NOTE, LOG_FILE_API);
+        EXPECT_EQ(1, countOf("## in " + name, lines(folder + "/tlapi_Sun.log"))) << name;
+    }
+}
+
+TEST_F(LogFiles, DirectoriesThatCannotBeMadeAreTriedAgainAtEveryLine)
+{
+    setEnvironment("TLLOGS", scratch::path("late/logs"));
+    logAt("2026-11-23 12:00:00.000");
+    std::filesystem::create_directory(scratch::path("late"));
+    logAt("2026-11-23 12:00:01.000");
+    unsetEnvironment("TLLOGS"); // the other name for it
+    closeLogFiles();
+    logLine("lost", LOG_NOTE, LOG_FILE_API); // closed until the date changes
+    setEnvironment("LOGFILE", scratch::path("other"));
+    std::filesystem::create_directories(scratch::path("other/tlapi_Tue.log")); // can't be opened
+    logAt("2026-11-24 12:00:00.000");
+    EXPECT_EQ("w47 12:00:01.000 ## hello\n", whole("../late/logs/tlapi_Mon.log"));
+    EXPECT_EQ("w47 12:00:00.000 ## hello\n", whole("../other/tllogic_Tue.log"));
+}

@@ -1,0 +1,96 @@
+#include "scripted_modules.h"
+
+#include "platform/modules.h"
+
+#include <algorithm>
+#include <map>
+
+// Never destroyed: the library may close its link as the process ends.
+ScriptedOstrivane& ostrivane()
+{
+    static ScriptedOstrivane& only = *new ScriptedOstrivane;
+    return only;
+}
+
+namespace {
+
+void put(const std::string& text, char* buffer)
+{
+    std::copy_n(text.c_str(), text.size() + 1, buffer);
+}
+
+void initiate(int (*callback)(const char*), const char* portName, char* answer, std::int16_t* returnCode)
+{
+    ostrivane().calls.push_back(std::string("tl_initiate2 ") + (portName == nullptr ? "(null)" : portName));
+    ostrivane().callback = callback;
+    put(ostrivane().openAnswer, answer);
+    *returnCode = ostrivane().openCode;
+    if (ostrivane().onOpening)
+        ostrivane().onOpening();
+}
+
+void dini(void*, char*)
+{
+    ostrivane().calls.push_back("tl_dini");
+}
+
+void sendCommand(const char* command, char* answer)
+{
+    std::string shown = command;
+    std::replace(shown.begin(), shown.end(), '\x1C', '|');
+    ostrivane().commands.push_back(shown);
+    put(ostrivane().onCommand ? ostrivane().onCommand(shown)
+                              : shown.substr(0, 1) + "\x1C"
+                                                     "0",
+        answer);
+}
+
+void loggedOut(const char* text, char* answer)
+{
+    ostrivane().calls.push_back(std::string("tl_loggedout") + text);
+    put("", answer);
+}
+
+int module; // its address is the handle
+
+} // namespace
+
+platform::Module platform::loadModule(const char* name)
+{
+    if (std::string(name) != "Ostrivane" || !ostrivane().canBeLoaded)
+        return nullptr;
+    ++ostrivane().loads;
+    ++ostrivane().references;
+    return &module;
+}
+
+platform::ModuleFunction platform::findFunction(Module, const char* functionName)
+{
+    static const std::map<std::string, ModuleFunction> functions{
+        {"tl_initiate2", reinterpret_cast<ModuleFunction>(initiate)},
+        {"tl_dini", reinterpret_cast<ModuleFunction>(dini)},
+        {"tl_002", reinterpret_cast<ModuleFunction>(sendCommand)},
+        {"tl_loggedout", reinterpret_cast<ModuleFunction>(loggedOut)},
+    };
+    const auto found = functions.find(functionName);
+    const bool there = found != functions.end() && !ostrivane().missingFunctions.contains(functionName);
+    return there ? found->second : nullptr;
+}
+
+bool platform::freeModule(Module)
+{
+    if (!ostrivane().canBeFreed)
+        return false;
+    --ostrivane().references;
+    return true;
+}
+
+std::string platform::ownModulePath(const char*)
+{
+    return ostrivane().ownPath;
+}
+
+std::string platform::ownModuleVersion(const char*)
+{
+    return ostrivane().ownVersion;
+}

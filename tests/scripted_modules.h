@@ -1,0 +1,35 @@
+// Stands in for the platform's dynamic libraries: the communication library is one that the test writes.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <set>
+#include <string>
+#include <vector>
+
+struct ScriptedOstrivane {
+    // What it is like. Commands are shown with "|" for the separator.
+    bool canBeLoaded = true;
+    bool canBeFreed = true;
+    std::set<std::string> missingFunctions;
+    std::int16_t openCode = 0;
+    std::string openAnswer;
+    std::function<std::string(const std::string& command)> onCommand; // hands back the whole answer
+    std::function<void()> onOpening;                                  // while the link is being opened
+
+    // What was done with it.
+    int loads = 0;
+    int references = 0;
+    std::vector<std::string> calls; // "tl_initiate2 COM7", "tl_loggedout", "tl_dini"
+    std::vector<std::string> commands;
+
+    /// As its own thread would do it.
+    void deliver(const std::string& message) const { callback(message.c_str()); }
+    int (*callback)(const char* message) = nullptr;
+
+    // What this library hears about its own file.
+    std::string ownPath;
+    std::string ownVersion = "1.2.3.4";
+};
+
+ScriptedOstrivane& ostrivane();

@@ -1,0 +1,155 @@
+// Two threads and the real clock: messages at full rate on one, the application on the other.
+#include "api/tllogics.h"
+#include "diag/compose.h"
+#include "logic/shared_state.h"
+#include "scripted_modules.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+std::atomic<int> statusEvents{0};
+std::atomic<int> otherEvents{0};
+
+void onStatus(std::int32_t, std::uint16_t, std::uint16_t)
+{
+    ++statusEvents;
+}
+
+void onError(std::int32_t, const char*, const char*) {}
+
+void onCashLevel(std::int32_t, std::uint16_t, const char*)
+{
+    ++otherEvents;
+}
+
+void onSession(std::uint16_t, std::int32_t, const char*)
+{
+    ++otherEvents;
+}
+
+/// "a", "b" or "c" with an amount, ready and open.
+std::string head(char letter, int amount)
+{
+    return compose(letter, leftPadded(amount, 8), "01");
+}
+
+void say(const std::string& message)
+{
+    ostrivane().deliver(message);
+}
+
+class Stress : public testing::Test {
+protected:
+    void open()
+    {
+        ASSERT_EQ(
+            0, initTL("Type:RS232;Name:COM7;", "LogDebug:0;LogComToCAPI:0;LogCAPIToCR:0;", message.data()));
+        g_nCurrentLowLevelWarningState = LOW_LEVEL_WARNING_FALSE;
+        g_TLState = STATE_PAYIN_ENABLED;
+        say(head('a', 0));
+    }
+
+    void openWithCallbacks()
+    {
+        ASSERT_EQ(0, registerEvents2TL(onStatus, onError, onCashLevel, onSession, message.data()));
+        open();
+    }
+
+    std::array<char, 1024> message{};
+};
+
+} // namespace
+
+TEST_F(Stress, OperationsPollWhileMessagesPour)
+{
+    openWithCallbacks();
+    std::atomic<int> begun{0}; // the rest of the "c" that was last begun, and last ended
+    std::atomic<int> ended{0};
+    std::jthread device([&](const std::stop_token& stop) {
+        for (int n = 1; !stop.stop_requested(); ++n) {
+            say(head('a', n % 1000));
+            say(head('b', n % 1000) + "05 100 SEK");
+            begun = n;
+            say(head('c', n));
+            ended = n;
+            say(head('b', n % 1000) + "BO/WD00000150");
+            say(n % 2 == 0 ? "j100:2,5" : "j00:1;2000:3~");
+            say("x---reserved-17---0312ABCDEF");
+            say(head('a', n % 1000 + 1));
+        }
+    });
+    const auto end = std::chrono::steady_clock::now() + 3s;
+    int asked = 0;
+    for (std::int32_t last = 0; std::chrono::steady_clock::now() < end; ++asked) {
+        const int before = ended;
+        std::int32_t rest = 0;
+        EXPECT_EQ(8, askPayout2TL(5000, &rest, message.data())) << message.data();
+        EXPECT_LE(before, rest);
+        EXPECT_LE(last, rest);
+        EXPECT_GE(begun, rest);
+        last = rest;
+        std::uint32_t open = 0;
+        EXPECT_EQ(0, isOpenTL(&open, message.data()));
+        EXPECT_EQ(1U, open);
+        EXPECT_EQ(0, informTotalAmountTL(5, message.data()));
+        EXPECT_EQ(0, resetTL(message.data()));
+        EXPECT_EQ(0,
+                  changeSettingsTL("LevelWarningFilter:20991231:1;CurrencyDecimals:2;", 0, message.data()));
+    }
+    EXPECT_LT(0, asked);
+    EXPECT_EQ(0, exitTL(message.data())); // while messages still come
+    device.request_stop();
+    device.join();
+    EXPECT_LT(0, statusEvents);
+    EXPECT_LT(0, otherEvents);
+}
+
+TEST_F(Stress, ANameIsSeenWithItsFieldsAndNeverBefore)
+{
+    openWithCallbacks();
+    // What waits do, without their sleep: each "c" is awaited while it is being taken in.
+    std::atomic<int> taken{0};
+    std::jthread device([&](const std::stop_token& stop) {
+        for (int n = 1; !stop.stop_requested(); ++n) {
+            say(head('c', n));
+            while (taken < n && !stop.stop_requested())
+                std::this_thread::yield();
+        }
+    });
+    for (int n = 1; n <= 5000; ++n) {
+        while (!g_sLastCallbackType.take("c")) {
+        }
+        ASSERT_EQ(n, g_nAskPayoutRest);
+        taken = n;
+    }
+}
+
+TEST_F(Stress, QueuesAreFilledAndFetchedAtOnce)
+{
+    // Nobody's handle on either platform.
+    ASSERT_EQ(0, registerHwndTL(reinterpret_cast<TLWindowHandle>(std::intptr_t{99999}), message.data()));
+    open();
+    std::jthread device([](const std::stop_token& stop) {
+        for (int n = 1; !stop.stop_requested(); ++n)
+            say(head('b', 0) + compose("05 ", n, " SEK"));
+    });
+    int last = 0;
+    for (int fetched = 0; fetched < 1000;) {
+        std::array<char, 1024> text{};
+        ASSERT_EQ(0, getCashLevelInfoTL(text.data()));
+        if (text[0] == '\0')
+            continue; // faster than the device
+        const int number = std::stoi(std::string(text.data()).substr(3));
+        ASSERT_LT(last, number) << "in the order in which they came";
+        last = number;
+        ++fetched;
+    }
+}

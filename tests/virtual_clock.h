@@ -1,0 +1,29 @@
+// Stands in for the platform's clock: time stands still until a wait of the library, or a test, moves it.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+
+namespace virtual_clock {
+
+/// Local date and time, "2026-11-22 14:05:06.007", which it is at the start too, a Sunday. The wall clock
+/// and the time of actions go on as they were.
+void set(const std::string& dateAndTime);
+
+/// Turns the wall clock alone.
+void turnWallClock(std::int64_t seconds);
+
+/// Milliseconds since the start.
+std::int64_t now();
+
+/// Runs all actions that fall due meanwhile, on this thread.
+void advance(std::int64_t milliseconds);
+
+/// "milliseconds" from now on, inside whatever sleeps then.
+void after(std::int64_t milliseconds, std::function<void()> action);
+
+/// Drops all actions.
+void forget();
+
+} // namespace virtual_clock

@@ -31,12 +31,11 @@ check-format check-layers:
 	@scripts/test.sh $(@:check-%=%)
 
 bench:
-	@scripts/setup.sh demo
-	cmake --preset linux -DTLLOGICS_TESTS=OFF
+	@scripts/setup.sh bench
+	cmake --preset linux -DTLLOGICS_TESTS=OFF -DTLLOGICS_BENCH=ON
 	cmake --build --preset linux --target benchmarks
-	@set -e; for source in bench/*.cpp; do \
-	    [ -e "$$source" ] || { echo "No measurements in bench/."; exit 1; }; \
-	    program=build/linux/$$(basename "$$source" .cpp); echo "$$program"; "$$program"; done
+	@mkdir -p build/bench_logs
+	TLLOGS=build/bench_logs build/linux/interface_bench
 
 format:
 	@scripts/setup.sh format

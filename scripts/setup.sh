@@ -21,7 +21,7 @@ need() { needs+=("$*"); }
 
 for purpose; do
     case $purpose in
-    demo | linux | tsan | asan | windows)
+    demo | bench | linux | tsan | asan | windows)
         need g++ g++
         need cmake cmake
         need ninja-build ninja
@@ -33,6 +33,9 @@ for purpose; do
         need googletest /usr/src/googletest/CMakeLists.txt
         need binutils objdump
         ;;&
+    bench)
+        need libbenchmark-dev /usr/include/benchmark/benchmark.h
+        ;;&
     windows)
         need g++-mingw-w64-x86-64-posix x86_64-w64-mingw32-g++-posix
         need wine64 /usr/lib/wine/wine64 wine64
@@ -40,7 +43,7 @@ for purpose; do
     format)
         need clang-format-14 clang-format-14
         ;;&
-    demo | linux | tsan | asan | windows | format | layers) ;;
+    demo | bench | linux | tsan | asan | windows | format | layers) ;;
     *)
         echo "setup.sh: unknown purpose \"$purpose\"" >&2
         exit 2

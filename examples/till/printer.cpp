@@ -1,6 +1,6 @@
 #include "examples/till/printer.h"
 
-#include "examples/till/terminal.h"
+#include "examples/till/system.h"
 
 #include <fmt/format.h>
 

@@ -1,11 +1,13 @@
 #include "examples/till/session.h"
 
+#include "examples/till/system.h"
 #include "simulator/tellarion_simulator.h"
 
 #include <fmt/format.h>
 
 #include <array>
 #include <cstdlib>
+#include <filesystem>
 #include <stdexcept>
 
 namespace {
@@ -20,10 +22,21 @@ std::string logDirectory()
     for (const char* variable : {"TLLOGS", "LOGFILE"})
         if (const char* value = std::getenv(variable))
             return value;
-    return "the library's default directory (set TLLOGS to choose one)";
+    return defaultLogDirectory();
 }
 
 } // namespace
+
+void showLogDirectory(Printer& printer, const std::string& port)
+{
+    const std::string host = port.substr(0, port.find(':'));
+    std::string text = "logs are in " + logDirectory();
+    if (host.find('.') != std::string::npos)
+        text += ", once initialised in its folder " + host;
+    if (!std::filesystem::is_directory(logDirectory()))
+        text = "no logs: there is no directory " + logDirectory();
+    printer.line(LineKind::Note, text);
+}
 
 void showCall(Printer& printer, const std::string& what, const LibraryCall& function)
 {
@@ -38,7 +51,7 @@ void showCall(Printer& printer, const std::string& what, const LibraryCall& func
 
 Session::Session(Printer& printer, const SessionOptions& options) : m_printer(printer), m_events(printer)
 {
-    m_printer.line(LineKind::Note, "logs are in " + logDirectory());
+    showLogDirectory(m_printer, options.port);
     call("registerEvents4TL", [&](char* message) { return m_events.registerAll(message); });
 
     const std::string port = fmt::format("Type:RS232;Name:{};", options.port);

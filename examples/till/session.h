@@ -11,6 +11,9 @@ struct SessionOptions {
     int user = 7;
 };
 
+/// Tells where the log files of a session are.
+void showLogDirectory(Printer& printer, const std::string& port);
+
 using LibraryCall = std::function<std::int16_t(char* message)>;
 
 /// Shows and makes one call of the library; "function" gets the message buffer. Throws if it fails.

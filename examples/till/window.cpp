@@ -80,6 +80,7 @@ bool runWindow(Printer& printer, const SessionOptions& options)
     printer.heading("Events as messages");
     if (tlsim_configure(smallDrawer) != 0)
         throw std::runtime_error("the simulator refused its settings");
+    showLogDirectory(printer, options.port);
     MessageTill till(printer);
     const auto call = [&](const std::string& what, const LibraryCall& function) {
         showCall(printer, what, function);

@@ -1,8 +1,13 @@
-#include "examples/till/terminal.h"
+#include "examples/till/system.h"
 
 #include <unistd.h>
 
 bool standardOutputShowsColour()
 {
     return isatty(STDOUT_FILENO) == 1;
+}
+
+const char* defaultLogDirectory()
+{
+    return "/tmp/";
 }

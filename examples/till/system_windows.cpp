@@ -1,4 +1,4 @@
-#include "examples/till/terminal.h"
+#include "examples/till/system.h"
 
 #include <windows.h>
 
@@ -8,4 +8,9 @@ bool standardOutputShowsColour()
     const HANDLE output = GetStdHandle(STD_OUTPUT_HANDLE);
     DWORD mode = 0;
     return GetConsoleMode(output, &mode) != 0 && SetConsoleMode(output, mode | sequences) != 0;
+}
+
+const char* defaultLogDirectory()
+{
+    return "c:\\temp\\";
 }

@@ -59,9 +59,9 @@ extern "C" {
  * texts are the library's own and valid during the call only.
  */
 
-/* The device's status changed. amountOrRest: what the customer has paid in so far. nStatus: 0 ready,
- * 1 busy, 2 error, 3 ready with pay-in disabled. nMode: 0 closed, 1 open, 2 not opened after a login,
- * 3 administration mode. */
+/* The device's status changed. amountOrRest: what the customer has paid in so far, or while
+ * the device pays, what it can't pay. nStatus: 0 ready, 1 busy, 2 error, 3 ready with pay-in disabled.
+ * nMode: 0 closed, 1 open, 2 not opened after a login, 3 administration mode. */
 typedef void (*TLStatusEvent)(int32_t amountOrRest, uint16_t nStatus, uint16_t nMode);
 
 /* The device reported an error. errorText: the language file's text for "Error Code <errorCode>",
@@ -153,13 +153,14 @@ int16_t registerHwndTL(TLWindowHandle hwndMessageTo, char* message);
  * empty. TL_STATUS_WARNING if it was done already, TL_STATUS_INPUT_PARAM_ERROR for bad port settings. */
 int16_t initTL(const char* portSettings, const char* initSettings, char* message);
 
-/* Closes the link, forgets the registered events. Does not log out. */
+/* Closes the link, forgets the registered events. Does not log out. May wait for an event that is running,
+ * so hold no lock that an event takes. */
 int16_t exitTL(char* message);
 
 /* ---- Session ---- */
 
 /* Opens the device for cash. loginNumber, loginDigits: two numbers of which the device gets the last two
- * digits. TL_STATUS_FAILED_TO_COMPLY if the device answers and does not open. */
+ * digits. TL_STATUS_FAILED_TO_COMPLY if the device does not open, silent or not. */
 int16_t loginTL(int16_t loginNumber, int16_t loginDigits, char* message);
 
 /* The same with texts; of each the last two characters count if they are digits. Devices of the newer
@@ -184,11 +185,13 @@ int16_t infoTL(uint32_t* level, char* commands, char* master, char* info, char* 
  * A payment that ends in TL_STATUS_TIMEOUT may have been made.
  */
 
-/* Opens and closes the device for notes and coins. disablePayinTL waits until the device says so. */
+/* Opens and closes the device for notes and coins. disablePayinTL waits until the device says so;
+ * enablePayinTL returns as soon as the command is accepted. */
 int16_t enablePayinTL(char* message);
 int16_t disablePayinTL(char* message);
 
-/* Keeps everything that was paid in; pay-in must be disabled. */
+/* Keeps everything that was paid in; pay-in must be disabled. Returns as soon as the command is accepted: wait
+ * for the status event that tells of the device being ready again, or the next command may be answered BUSY. */
 int16_t depositTL(const char* transactionId, char* message);
 
 /* Pays out while pay-in is disabled. */
@@ -198,7 +201,8 @@ int16_t dispenseTL(int32_t amountDispense, const char* transactionId, int32_t* a
 int16_t askPayoutTL(int32_t amount, char* message);
 int16_t askPayout2TL(int32_t amount, int32_t* amountRest, char* message);
 
-/* Tells the device the sale's total, for its display. */
+/* Tells the device the sale's total, for its display. If the device doesn't answer, "message" still says
+ * that the command was sent well. */
 int16_t informTotalAmountTL(int32_t amountTotal, char* message);
 
 /* Settles a sale while pay-in is enabled: pays out amountDispense and keeps amountDeposit of what was
@@ -229,12 +233,13 @@ int16_t resetTL(char* message);
  */
 
 /* adminModeType: 1 enters administration mode, any other value leaves it. The status event tells when the
- * device is there (mode 3). TL_STATUS_FAILED_TO_COMPLY unless pay-in is disabled and nothing is paid in. */
+ * device is there (mode 3). TL_STATUS_FAILED_TO_COMPLY unless pay-in is disabled and nothing is paid in;
+ * TL_STATUS_BUSY if the command did not get through, for whatever reason. */
 int16_t adminModeTL(int16_t adminModeType, char* message);
 
 /* The four that need administration mode. number, type: passed on to the device. What the device could
- * not do comes back with TL_STATUS_FAILED_TO_COMPLY; collectToCashFloatTL hands arrays out on
- * TL_STATUS_OK only. */
+ * not do comes back with TL_STATUS_FAILED_TO_COMPLY, but for collectToCashFloatTL, whose arrays are empty
+ * then. endReplenishTL and unlockTL answer TL_STATUS_BUSY if the device did not answer. */
 int16_t collectToCashFloatTL(int16_t type, CashCountRecord** coins, int32_t* nCoins, CashCountRecord** notes,
                              int32_t* nNotes, uint32_t* amountRest, const char* transactionId, char* message);
 int16_t endReplenishTL(const char* transactionId, char* message);
@@ -273,9 +278,8 @@ int16_t getLevelWarningInfoTL(int32_t* warningType, char* chTypeString, char* ch
 /* ---- Settings ---- */
 
 /* Changes settings while the library runs. initSettings: "<key>:<value>;" for any of the keys of
- * tllogics.ini. durationType: 0 for good, 1 until the next payout or dispense
- * that got as far as the device is over. Works before initTL too,
- * which then reads the file over it. */
+ * tllogics.ini. durationType: 0 for good, 1 until the next payout or dispense that got as far as the device
+ * is over. Works before initTL too, which then reads the file over it. */
 int16_t changeSettingsTL(const char* initSettings, int16_t durationType, char* message);
 
 #ifdef __cplusplus

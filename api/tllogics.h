@@ -190,8 +190,8 @@ int16_t infoTL(uint32_t* level, char* commands, char* master, char* info, char* 
 int16_t enablePayinTL(char* message);
 int16_t disablePayinTL(char* message);
 
-/* Keeps everything that was paid in; pay-in must be disabled. Returns as soon as the command is accepted: wait
- * for the status event that tells of the device being ready again, or the next command may be answered BUSY. */
+/* Keeps everything that was paid in; pay-in must be disabled. Returns as soon as the command is accepted:
+ * wait for the status event that says the device is ready again, or the next command may find it busy. */
 int16_t depositTL(const char* transactionId, char* message);
 
 /* Pays out while pay-in is disabled. */

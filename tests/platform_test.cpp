@@ -1,6 +1,5 @@
 // The platform layer: what must hold on every system.
 #include "environment.h"
-#include "platform/clock.h"
 #include "platform/files.h"
 #include "platform/modules.h"
 #include "platform/profile.h"
@@ -14,18 +13,9 @@
 #include <dlfcn.h>
 #endif
 
-#include <chrono>
 #include <filesystem>
 
 namespace {
-
-// Windows ends lines with two characters.
-std::string linesOf(const std::string& name)
-{
-    std::string text = scratch::read(name);
-    std::erase(text, '\r');
-    return text;
-}
 
 bool libraryIsLoaded()
 {
@@ -45,18 +35,12 @@ struct ProfileCase {
 // Both systems must read a settings file alike, so both get the same table.
 const ProfileCase profileCases[] = {
     // Numbers.
-    {"[S]\nK=5\n", 5, "5"},
     {"[S]\nK=-5\n", -5, "-5"},
     {"[S]\nK=+5\n", 5, "+5"},
     {"[S]\nK=- 5\n", 0, "- 5"},
-    {"[S]\nK=-1\n", -1, "-1"},
     {"[S]\nK=017\n", 17, "017"},
     {"[S]\nK=12abc\n", 12, "12abc"},
-    {"[S]\nK=1.9\n", 1, "1.9"},
     {"[S]\nK=5 ;c\n", 5, "5 ;c"},
-    {"[S]\nK=abc\n", 0, "abc"},
-    {"[S]\nK=2147483647\n", 2147483647, "2147483647"},
-    {"[S]\nK=-2147483648\n", -2147483647 - 1, "-2147483648"},
     {"[S]\nK=4294967297\n", 2147483647, "4294967297"},
     {"[S]\nK=-99999999999\n", -2147483647 - 1, "-99999999999"},
     // Blanks and quotes.
@@ -65,21 +49,16 @@ const ProfileCase profileCases[] = {
     {"[S]\nK=\"7\"\n", 7, "7"},
     {"[S]\nK=' 7 ' \n", 7, " 7 "},
     {"[S]\nK=\"7'\n", 0, "\"7'"},
-    {"[S]\nK=7\"\n", 7, "7\""},
-    {"[S]\nK=\"\n", 0, "\""},
     {"[S]\nK=\"a\"b\"\n", 0, "a\"b"},
-    {"[S]\nK=\"" + std::string(100, 'a') + "\"\n", 0, std::string(100, 'a')},
     {"[S]\nK=" + std::string(128, 'a') + "\n", 0, std::string(127, 'a')},
     {"[S]\nK=" + std::string(5000, ' ') + "5\n", 5, "5"},
     // Which line counts.
     {"[s]\nk=5\n", 5, "5"},
     {"[S]\nK=1\nK=2\n", 1, "1"},
-    {"[S]\nK=1\n[S]\nK=2\n", 1, "1"},
     {"[S]\nA=1\n[S]\nK=2\n", -1, ""},
     {"[S]\n;K=1\n ;K=2\n#K=3\nK=4\n", 4, "4"},
     {"[S]\n=1\nKK=2\nK K=3\nK:4\nJ=K=5\nK=6", 6, "6"},
     {"[S]\nK==1\n", 0, "=1"},
-    {"[S]\nK=[1]\n", 0, "[1]"},
     {"[S]\n[T]\nK=1\n", -1, ""},
     {"K=1\n[S\nK=2\n;[S]\nK=3\nx[S]\nK=4\n", -1, ""},
     {"[S]\r\nK=1\r\n", 1, "1"},
@@ -91,7 +70,6 @@ const ProfileCase profileCases[] = {
     {std::string("[S]\nA=\0\nK=5\0006\n", 14), 5, "5"},
     {std::string("\0\0[S]\nK=5\n", 10), -1, ""},
     {"[S]\nK=\xC3\xA4\xFF\n", 0, "\xC3\xA4\xFF"},
-    {"[S]", -1, ""},
     {"", -1, ""},
 };
 
@@ -99,50 +77,37 @@ const ProfileCase profileCases[] = {
 
 TEST(PlatformProfile, ReadsFilesAlikeOnAllSystems)
 {
-    int number = 0;
     for (const ProfileCase& each : profileCases) {
-        SCOPED_TRACE(each.content.substr(0, 60));
-        const std::string path = scratch::write("case" + std::to_string(++number) + ".ini", each.content);
-        EXPECT_EQ(platform::profileInt("S", "K", path), each.number);
-        EXPECT_EQ(platform::profileString("S", "K", path), each.text);
+        const std::string path = scratch::write("case.ini", each.content);
+        EXPECT_EQ(platform::profileInt("S", "K", path), each.number) << each.content.substr(0, 60);
+        EXPECT_EQ(platform::profileString("S", "K", path), each.text) << each.content.substr(0, 60);
     }
-    for (const std::string& nothing : {scratch::path("missing.ini"), scratch::path("."), std::string()}) {
+    for (const std::string& nothing : {scratch::path("missing.ini"), scratch::path("."), std::string()})
         EXPECT_EQ(platform::profileInt("S", "K", nothing), -1) << nothing;
-        EXPECT_EQ(platform::profileString("S", "K", nothing), "") << nothing;
-    }
 }
 
 TEST(PlatformFiles, LogFilesAreAppendedToAndEmptied)
 {
     using platform::LogOpening;
     const std::string path = scratch::write("a.log", "kept\n");
-
     std::FILE* first = platform::openLogFile(path, LogOpening::Append);
     std::FILE* second = platform::openLogFile(path, LogOpening::Append);
     ASSERT_TRUE(first != nullptr && second != nullptr);
     // Reading moves the position; what is written goes to the end all the same.
+    EXPECT_EQ(std::fgetc(first), 'k');
     std::rewind(first);
-    char word[8] = "";
-    EXPECT_EQ(std::fscanf(first, "%7s", word), 1);
-    EXPECT_STREQ(word, "kept");
-    std::rewind(first);
-    std::fputs("one\n", first);
-    std::fflush(first);
-    std::fputs("two\n", second);
-    std::fflush(second);
-    std::fputs("three\n", first);
+    for (std::FILE* file : {first, second, first}) {
+        std::fputs(file == first ? "one " : "two ", file);
+        std::fflush(file);
+    }
     std::fclose(first);
     std::fclose(second);
-    EXPECT_EQ(linesOf("a.log"), "kept\none\ntwo\nthree\n");
+    EXPECT_TRUE(scratch::read("a.log").ends_with("\none two one "));
 
     std::FILE* emptied = platform::openLogFile(path, LogOpening::Empty);
     ASSERT_NE(emptied, nullptr);
     std::fclose(emptied);
-    EXPECT_EQ(linesOf("a.log"), "");
-
-    std::FILE* created = platform::openLogFile(scratch::path("new.log"), LogOpening::Append);
-    ASSERT_NE(created, nullptr);
-    std::fclose(created);
+    EXPECT_EQ(scratch::read("a.log"), "");
     EXPECT_EQ(platform::openLogFile(scratch::path("no/dir.log"), LogOpening::Append), nullptr);
     EXPECT_EQ(platform::openLogFile(scratch::path(""), LogOpening::Append), nullptr);
 }
@@ -154,57 +119,30 @@ TEST(PlatformFiles, ReadOnlyFilesBecomeWritable)
     std::filesystem::permissions(path, perms::owner_read);
     platform::clearReadOnly(path);
     EXPECT_NE(std::filesystem::status(path).permissions() & perms::owner_write, perms::none);
-    platform::clearReadOnly(scratch::path("missing"));
-    EXPECT_FALSE(std::filesystem::exists(scratch::path("missing")));
 }
 
-TEST(PlatformFiles, TellsWhatIsThere)
+TEST(PlatformFiles, FilesCanBeReadAndDirectoriesMade)
 {
     const std::string file = scratch::write("file", "");
     EXPECT_TRUE(platform::canRead(file));
     EXPECT_FALSE(platform::canRead(scratch::path("missing")));
     EXPECT_FALSE(platform::canRead(scratch::path("")));
-    EXPECT_FALSE(platform::canRead(""));
 
     const std::string inner = scratch::path("directory") + platform::pathSeparator() + "inner";
     EXPECT_FALSE(platform::makeDirectory(inner));
     EXPECT_TRUE(platform::makeDirectory(scratch::path("directory")));
-    EXPECT_TRUE(platform::makeDirectory(scratch::path("directory") + platform::pathSeparator()));
+    EXPECT_TRUE(platform::makeDirectory(inner));
     EXPECT_TRUE(platform::makeDirectory(inner));
     EXPECT_TRUE(std::filesystem::is_directory(inner));
-    EXPECT_TRUE(platform::makeDirectory(file));
-
-    EXPECT_TRUE(std::filesystem::is_directory(platform::windowsDirectory()));
-    EXPECT_TRUE(platform::isPathSeparator(*platform::pathSeparator()));
-    EXPECT_FALSE(platform::isPathSeparator(platform::windowsDirectory().back()));
-    const std::string logs = platform::defaultLogDirectory();
-    EXPECT_TRUE(platform::isPathSeparator(logs.back()));
 }
 
 TEST(PlatformFiles, EmptyVariablesExist)
 {
     EXPECT_EQ(platform::environmentVariable("TL_TEST_VARIABLE"), std::nullopt);
-    for (const std::string& value : {std::string(), std::string("x"), std::string(5000, 'y')}) {
+    for (const std::string& value : {std::string(), std::string(5000, 'y')}) {
         setEnvironment("TL_TEST_VARIABLE", value);
         EXPECT_EQ(platform::environmentVariable("TL_TEST_VARIABLE"), value);
     }
-}
-
-TEST(PlatformClock, TimesAgree)
-{
-    platform::LocalTime local = platform::localTime();
-    EXPECT_GE(local.milliseconds, 0);
-    EXPECT_LT(local.milliseconds, 1000);
-    const int dayOfWeek = local.calendar.tm_wday;
-    const int dayOfYear = local.calendar.tm_yday;
-    const std::int64_t seconds = std::mktime(&local.calendar);
-    EXPECT_NEAR(static_cast<double>(seconds), static_cast<double>(platform::wallClockSeconds()), 2);
-    EXPECT_EQ(local.calendar.tm_wday, dayOfWeek);
-    EXPECT_EQ(local.calendar.tm_yday, dayOfYear);
-
-    const auto start = std::chrono::steady_clock::now();
-    platform::sleepMilliseconds(1050);
-    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1030));
 }
 
 TEST(PlatformModules, EachLoadCountsOneReference)

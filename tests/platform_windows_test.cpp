@@ -37,7 +37,7 @@ TEST(PlatformWindowsMessages, APostArrivesWhole)
     platform::postWindowMessage(window, number, 0, 0);
 }
 
-TEST(PlatformWindowsFiles, OthersMayReadAndWriteALogFile)
+TEST(PlatformWindowsFiles, LogFilesAreSharedAndReadOnlyOnesBecomeWritable)
 {
     const std::string path = scratch::path("a.log");
     std::FILE* file = platform::openLogFile(path, platform::LogOpening::Append);
@@ -47,4 +47,8 @@ TEST(PlatformWindowsFiles, OthersMayReadAndWriteALogFile)
     EXPECT_NE(other, INVALID_HANDLE_VALUE);
     CloseHandle(other);
     std::fclose(file);
+
+    SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_READONLY);
+    platform::clearReadOnly(path);
+    EXPECT_EQ(GetFileAttributesA(path.c_str()) & FILE_ATTRIBUTE_READONLY, 0U);
 }

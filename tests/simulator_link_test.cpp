@@ -113,7 +113,7 @@ TEST_F(SimulatorLink, ClosingInsideACallbackEndsTheMessages)
 TEST_F(SimulatorLink, ClosingWaitsForTheCallbackThatRuns)
 {
     reaction = [&](const std::string&) {
-        std::this_thread::sleep_for(50ms);
+        std::this_thread::sleep_for(200ms);
         send("j"); // must not wait for the one who closes
     };
     ASSERT_EQ(0, open());

@@ -22,6 +22,19 @@ std::string groupText(const std::vector<CashEntry>& entries)
     return text;
 }
 
+void addEntries(std::vector<CashEntry>& entries, const std::vector<CashEntry>& more)
+{
+    for (const CashEntry& entry : more) {
+        const auto same = std::find_if(entries.begin(), entries.end(), [&](const CashEntry& candidate) {
+            return candidate.denomination == entry.denomination;
+        });
+        if (same == entries.end())
+            entries.push_back(entry);
+        else
+            same->count += entry.count;
+    }
+}
+
 std::optional<std::vector<CashEntry>> parseGroup(std::string_view text)
 {
     std::vector<CashEntry> entries;
@@ -70,6 +83,12 @@ std::vector<Amount> largestFirst(const Pieces& pieces)
     for (auto piece = pieces.rbegin(); piece != pieces.rend(); ++piece)
         ordered.insert(ordered.end(), static_cast<std::size_t>(piece->second), piece->first);
     return ordered;
+}
+
+void CashList::add(const CashList& more)
+{
+    addEntries(coins, more.coins);
+    addEntries(notes, more.notes);
 }
 
 std::string CashList::text() const

@@ -41,6 +41,10 @@ struct CashList {
     std::vector<CashEntry> notes;
 
     bool empty() const { return coins.empty() && notes.empty(); }
+
+    /// Adds to the entries of the same denomination where there are such.
+    void add(const CashList& more);
+
     std::string text() const;
 
     /// With or without a "." at the end. Empty if it is not such a list.

@@ -89,6 +89,8 @@ bool DeviceModel::login()
     if (!m_open)
         m_payInOpen = m_settings.payInAfterLogin;
     m_open = true;
+    m_admin = false; // whoever logs in waits for the mode of an open device
+    m_replenished = 0;
     postState();
     postLevels(m_drawer.levels());
     return true;
@@ -175,7 +177,7 @@ bool DeviceModel::dispense(Amount amount)
 }
 
 /// What is not kept goes back together with what is paid out, so that the customer has paid "deposit"
-/// less "amount" in the end.
+/// less "amount" in the end. If nothing is kept, what could not come out is still the customer's.
 bool DeviceModel::payOut(const Command& command)
 {
     if (m_admin || command.deposit > m_paidIn)
@@ -189,7 +191,7 @@ bool DeviceModel::payOut(const Command& command)
     const Pieces pieces = nothingKept ? whatGivesBackAll() : makeUp(out, m_drawer.payable());
     work.pieces = largestFirst(pieces);
     work.rest = out - valueOf(pieces);
-    work.settlement = Settlement::All;
+    work.settlement = nothingKept ? Settlement::WhatCameOut : Settlement::All;
     startWork(std::move(work));
     return true;
 }

@@ -117,12 +117,9 @@ void DeviceModel::endWork(std::size_t piecesOut)
     settle(m_work->settlement, out);
 
     if (m_work->answersWithRecords) {
-        const CashList leftList = listOf(left);
-        CashList& undone = m_work->undone;
-        undone.coins.insert(undone.coins.end(), leftList.coins.begin(), leftList.coins.end());
-        undone.notes.insert(undone.notes.end(), leftList.notes.begin(), leftList.notes.end());
-        postParts(recordMessages(listOf(out), undone, m_work->undoneForm, m_settings.partSize, statusDigit(),
-                                 modeDigit()));
+        m_work->undone.add(listOf(left));
+        postParts(recordMessages(listOf(out), m_work->undone, m_work->undoneForm, m_settings.partSize,
+                                 statusDigit(), modeDigit()));
     } else {
         postRest(m_work->rest + valueOf(left));
     }
@@ -210,8 +207,11 @@ void DeviceModel::fail(int code, Milliseconds now)
         endWork(static_cast<std::size_t>(pieces * worked /
                                          std::max<Milliseconds>(1, m_work->end - m_work->start)));
     }
+    // An error text is one only to those who see the status turn to error.
+    const bool tells = !hasError();
     m_error = std::clamp(code, 1, 99);
-    postReport(errorTail(m_error));
+    if (tells)
+        postReport(errorTail(m_error));
 }
 
 void DeviceModel::inject(std::string message, Milliseconds now)

@@ -43,7 +43,8 @@ public:
     /// pay-in is open or it is in administration mode, and never more than there is room for.
     Amount insert(Amount denomination, int count, Milliseconds now);
 
-    /// Brings the device into the error status; work that it is at stops half-way. "code": 1 to 99.
+    /// Brings the device into the error status; work that it is at stops half-way. "code": 1 to 99. A device
+    /// that is in error already changes its code and tells nobody.
     void fail(int code, Milliseconds now);
 
     /// Sends a text as if the device had sent it, whatever it says.

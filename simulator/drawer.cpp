@@ -1,7 +1,6 @@
 #include "simulator/drawer.h"
 
 #include <algorithm>
-#include <limits>
 #include <stdexcept>
 
 namespace simulator {
@@ -89,7 +88,7 @@ int Drawer::room(Amount denomination) const
     if (!unit)
         return 0;
     const Amount worth = std::max<Amount>(0, largestAmount - value()) / denomination;
-    const int places = unit->capacity == 0 ? std::numeric_limits<int>::max() : unit->capacity - unit->count;
+    const int places = (unit->capacity == 0 ? mostPieces : unit->capacity) - unit->count;
     return static_cast<int>(std::clamp<Amount>(worth, 0, std::max(0, places)));
 }
 

@@ -23,6 +23,11 @@ Clock::time_point timePoint(Milliseconds time)
     return Clock::time_point(std::chrono::milliseconds(time));
 }
 
+std::string closedAnswer(std::string_view command)
+{
+    return {std::string{command.empty() ? '?' : command.front(), fieldSeparator} + "3Closed"};
+}
+
 } // namespace
 
 /// One open link, from opening to closing. The thread holds a share of it and is never joined: whoever
@@ -64,7 +69,7 @@ public:
     {
         std::unique_lock lock(m_mutex);
         if (!m_open)
-            return std::string(text.substr(0, 1)) + fieldSeparator + "3Closed";
+            return closedAnswer(text);
         const Milliseconds now = currentTime();
         std::string answer = m_device.command(text, now);
         m_changed.notify_all();
@@ -117,11 +122,13 @@ private:
 
 Link::Opening Link::open(Callback callback, Settings settings)
 {
+    if (!callback)
+        return {OpeningCode::noCallback, "No callback"};
     stayLoaded();
     const std::shared_ptr<Session> previous = current();
     if (previous) {
         if (previous->isOpen())
-            return {1, "Link is open already"};
+            return {OpeningCode::openAlready, "Link is open already"};
         previous->waitForCallback();
     }
     if (settings.openCode != 0)
@@ -130,11 +137,11 @@ Link::Opening Link::open(Callback callback, Settings settings)
     auto session = std::make_shared<Session>(callback, std::move(settings));
     const std::lock_guard lock(m_mutex);
     if (m_session != previous)
-        return {1, "Link is open already"};
+        return {OpeningCode::openAlready, "Link is open already"};
     try {
         session->start();
     } catch (const std::system_error&) {
-        return {2, "No thread for the link"};
+        return {OpeningCode::noThread, "No thread for the link"};
     }
     m_session = std::move(session);
     return {0, "Ok"};
@@ -154,7 +161,7 @@ void Link::close()
 std::string Link::command(std::string_view text)
 {
     const auto session = current();
-    return session ? session->command(text) : std::string(text.substr(0, 1)) + fieldSeparator + "3Closed";
+    return session ? session->command(text) : closedAnswer(text);
 }
 
 bool Link::atDevice(const std::function<void(DeviceModel&, Milliseconds)>& action)

@@ -11,6 +11,14 @@
 
 namespace simulator {
 
+/// Why an opening fails. Users hand the code on as a status of their own, so none is one of theirs.
+struct OpeningCode {
+    static constexpr int badSettings = 20;
+    static constexpr int openAlready = 21;
+    static constexpr int noThread = 22;
+    static constexpr int noCallback = 23;
+};
+
 class Link {
 public:
     using Callback = int (*)(const char* message);

@@ -117,7 +117,9 @@ MessageTail sessionTail(const std::string& prefix, Amount amount)
 
 std::vector<std::string> countMessages(const CashList& list, std::size_t partSize)
 {
-    std::vector<std::string> messages = pieces(list.text() + ".", partSize);
+    // Readers that split at the semicolon see no group behind the last one.
+    const std::string end = list.notes.empty() ? ";." : ".";
+    std::vector<std::string> messages = pieces(list.text() + end, partSize);
     for (std::string& message : messages)
         message = "j" + message + (&message == &messages.back() ? "" : "~");
     return messages;

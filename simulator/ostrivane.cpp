@@ -9,6 +9,7 @@
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
+#include <utility>
 
 namespace {
 
@@ -33,30 +34,30 @@ struct CloseAtUnload {
     ~CloseAtUnload() { theLink().close(); }
 } closeAtUnload;
 
-/// What tlsim_configure set, and how it went.
+/// What tlsim_configure set, and how that or the last opening went.
 class Configuration {
 public:
-    void set(const char* json)
+    /// False if the text is refused.
+    bool set(const char* json)
     {
         const std::lock_guard lock(m_mutex);
-        m_error.clear();
-        if (json)
-            m_settings = attempt([&] { return simulator::parseSettings(json); }, m_settings);
-        else
-            m_settings.reset();
+        try {
+            m_settings = json ? std::optional(simulator::parseSettings(json)) : std::nullopt;
+            m_error.clear();
+        } catch (const std::exception& error) {
+            m_error = error.what();
+        }
+        return m_error.empty();
     }
 
-    /// Empty if there is a file and it can't be used.
-    std::optional<Settings> get()
+    /// Throws if there is a file and it can't be used.
+    Settings get()
     {
         const std::lock_guard lock(m_mutex);
-        m_error.clear();
         if (m_settings)
-            return m_settings;
+            return *m_settings;
         const char* path = std::getenv("TLSIM_CONFIG");
-        if (!path)
-            return Settings{};
-        return attempt([&] { return readFile(path); }, std::nullopt);
+        return path ? readFile(path) : Settings{};
     }
 
     void setError(const std::string& error)
@@ -72,17 +73,6 @@ public:
     }
 
 private:
-    template <typename Source>
-    std::optional<Settings> attempt(const Source& source, std::optional<Settings> otherwise)
-    {
-        try {
-            return source();
-        } catch (const std::exception& error) {
-            m_error = error.what();
-            return otherwise;
-        }
-    }
-
     static Settings readFile(const char* path)
     {
         std::ifstream file(path, std::ios::binary);
@@ -101,6 +91,17 @@ Configuration& theConfiguration()
 {
     static Configuration& configuration = *new Configuration;
     return configuration;
+}
+
+Link::Opening openLink(Link::Callback callback)
+{
+    Settings settings;
+    try {
+        settings = theConfiguration().get();
+    } catch (const std::exception& error) {
+        return {simulator::OpeningCode::badSettings, error.what()};
+    }
+    return theLink().open(callback, std::move(settings));
 }
 
 void copyText(const std::string& text, char* buffer, std::size_t size)
@@ -159,11 +160,8 @@ extern "C" {
 void tl_initiate2(int (*callback)(const char*), const char* /*portName*/, char* answer,
                   std::int16_t* returnCode)
 {
-    const auto settings = theConfiguration().get();
-    const Link::Opening opening =
-        settings ? theLink().open(callback, *settings) : Link::Opening{3, "Bad simulator settings"};
-    if (settings && opening.code != 0)
-        theConfiguration().setError(opening.text);
+    const Link::Opening opening = openLink(callback);
+    theConfiguration().setError(opening.code == 0 ? "" : opening.text);
     copyText(opening.text, answer, initiateAnswerSize);
     *returnCode = static_cast<std::int16_t>(opening.code);
 }
@@ -175,7 +173,7 @@ void tl_dini(void* /*object*/, char* /*message*/)
 
 void tl_002(const char* command, char* answer)
 {
-    copyText(theLink().command(command), answer, commandAnswerSize);
+    copyText(theLink().command(command ? command : ""), answer, commandAnswerSize);
 }
 
 void tl_loggedout(const char* /*text*/, char* answer)
@@ -186,8 +184,7 @@ void tl_loggedout(const char* /*text*/, char* answer)
 
 int tlsim_configure(const char* json)
 {
-    theConfiguration().set(json);
-    return theConfiguration().error().empty() ? 0 : 1;
+    return theConfiguration().set(json) ? 0 : 1;
 }
 
 int tlsim_last_error(char* text, int size)
@@ -258,6 +255,8 @@ int tlsim_stick(int32_t denomination, int32_t count)
 
 int tlsim_inject(const char* message)
 {
+    if (!message)
+        return 1;
     const bool done =
         theLink().atDevice([&](DeviceModel& device, Milliseconds now) { device.inject(message, now); });
     return done ? 0 : 1;

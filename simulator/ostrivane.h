@@ -6,7 +6,8 @@
 
 extern "C" {
 
-/// Opens the link. "answer" has 64 bytes at least; "returnCode" gets 0 on success. The port is not used.
+/// Opens the link. "answer" has 64 bytes at least; "returnCode" gets 0 on success, else a code of the README
+/// and "answer" the reason. The port is not used.
 void tl_initiate2(int (*callback)(const char* message), const char* portName, char* answer,
                   std::int16_t* returnCode);
 

@@ -39,6 +39,15 @@ public:
         }
     }
 
+    /// A text of the characters that "allows" allows.
+    void read(const char* key, std::string& value, std::size_t longest, bool (*allows)(char),
+              const char* characters)
+    {
+        read(key, value, longest);
+        if (!std::all_of(value.begin(), value.end(), allows))
+            fail(key, std::string("must be of ") + characters + " only");
+    }
+
     template <typename Number>
     void read(const char* key, Number& value, Amount least, Amount most)
     {
@@ -76,7 +85,22 @@ private:
     std::set<std::string> m_known;
 };
 
-constexpr int mostPieces = 100'000;
+constexpr std::size_t mostDenominations = 32;
+
+bool isLowerCase(char c)
+{
+    return c >= 'a' && c <= 'z';
+}
+
+bool isUpperCase(char c)
+{
+    return c >= 'A' && c <= 'Z';
+}
+
+bool isLetter(char c)
+{
+    return isLowerCase(c) || isUpperCase(c);
+}
 
 Denomination parseDenomination(const json& object)
 {
@@ -98,17 +122,21 @@ Denomination parseDenomination(const json& object)
     reader.read("recycled", denomination.recycled);
     reader.read("stuck", denomination.stuck, 0, mostPieces);
     reader.refuseUnknown();
+    if (denomination.capacity != 0 && denomination.count > denomination.capacity)
+        reader.fail("count", "must not be above \"capacity\"");
+    if (denomination.high != 0 && denomination.high < denomination.low)
+        reader.fail("high", "must not be below \"low\"");
     return denomination;
 }
 
 std::vector<Denomination> parseDrawer(const json& list)
 {
+    if (!list.is_array() || list.empty() || list.size() > mostDenominations)
+        throw std::runtime_error("drawer: must be a list of 1 to " + std::to_string(mostDenominations) +
+                                 " denominations");
     std::vector<Denomination> drawer;
-    if (list.is_array())
-        for (const json& object : list)
-            drawer.push_back(parseDenomination(object));
-    if (drawer.empty())
-        throw std::runtime_error("drawer: must be a list of denominations");
+    for (const json& object : list)
+        drawer.push_back(parseDenomination(object));
 
     std::sort(drawer.begin(), drawer.end(), [](const Denomination& a, const Denomination& b) {
         return std::pair(a.kind, a.value) < std::pair(b.kind, b.value);
@@ -127,11 +155,16 @@ std::vector<Denomination> parseDrawer(const json& list)
 
 std::map<char, char> parseRefusals(const json& object)
 {
+    if (!object.is_object())
+        throw std::runtime_error("refuse: must be an object");
     std::map<char, char> refusals;
     for (const auto& [letter, status] : object.items()) {
-        if (letter.size() != 1 || !status.is_string() || status.get<std::string>().size() != 1)
-            throw std::runtime_error("refuse: must name single letters and status characters");
-        refusals[letter[0]] = status.get<std::string>()[0];
+        if (letter.size() != 1 || !isLowerCase(letter[0]))
+            throw std::runtime_error("refuse: must name commands by a lower-case letter");
+        const std::string character = status.is_string() ? status.get<std::string>() : "";
+        if (character.size() != 1 || character == "0")
+            throw std::runtime_error("refuse: must give one status character other than 0");
+        refusals[letter[0]] = character[0];
     }
     return refusals;
 }
@@ -143,14 +176,16 @@ void readSettings(Settings& settings, const json& object)
     ObjectReader reader(object, "settings");
     if (const json* drawer = reader.find("drawer"))
         settings.drawer = parseDrawer(*drawer);
-    reader.read("currency", settings.currency, 8);
+    reader.read("currency", settings.currency, 8, &isLetter, "letters");
+    if (settings.currency.empty())
+        reader.fail("currency", "must not be empty");
     reader.read("decimals", settings.decimals, 0, 3);
     reader.read("versionKind", settings.versionKind, 0, 9);
     reader.read("masterVersion", settings.masterVersion, 4);
     if (settings.masterVersion.size() != 4 || !parseNumber(settings.masterVersion))
         reader.fail("masterVersion", "must be four digits");
     reader.read("apiVersion", settings.apiVersion, 99);
-    reader.read("commands", settings.commands, 26);
+    reader.read("commands", settings.commands, 26, &isUpperCase, "upper-case letters");
     reader.read("partSize", settings.partSize, 1, 10'000);
     reader.read("answerDelay", settings.answerDelay, 0, longestTime);
     reader.read("messageGap", settings.messageGap, 0, longestTime);
@@ -161,7 +196,7 @@ void readSettings(Settings& settings, const json& object)
     reader.read("sessionTexts", settings.sessionTexts);
     if (const json* refuse = reader.find("refuse"))
         settings.refuse = parseRefusals(*refuse);
-    reader.read("silent", settings.silent, 26);
+    reader.read("silent", settings.silent, 26, &isLowerCase, "lower-case letters");
     reader.read("busyInCall", settings.busyInCall);
     reader.read("openCode", settings.openCode, 0, std::numeric_limits<std::int16_t>::max());
     reader.refuseUnknown();

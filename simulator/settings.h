@@ -13,6 +13,9 @@ namespace simulator {
 /// Virtual or real time in milliseconds, from any starting point.
 using Milliseconds = std::int64_t;
 
+/// The most that one unit holds. Making change takes time and memory by it.
+constexpr int mostPieces = 100'000;
+
 struct Denomination {
     Amount value = 0;
     CashKind kind = CashKind::Coin;
@@ -20,14 +23,14 @@ struct Denomination {
     int low = 0;          // reported as low at this many pieces and below; 0 to 99
     int high = 0;         // reported as high at this many pieces and above; 0 for never
     int cashFloat = 0;    // pieces that a collection leaves behind
-    int capacity = 0;     // pieces that there is room for; 0 for no limit
+    int capacity = 0;     // pieces that there is room for; 0 for mostPieces
     bool recycled = true; // false: taken in and never paid out again
     int stuck = 0;        // pieces that can't be moved
 };
 
 struct Settings {
     std::vector<Denomination> drawer = defaultDrawer(); // ascending, coins before notes
-    std::string currency = "SEK";
+    std::string currency = "SEK";                       // one to eight letters
     int decimals = 2;
 
     int versionKind = 1;                            // 1: long messages once the version was asked for

@@ -29,7 +29,7 @@ int tlsim_configure(const char* json);
 int tlsim_last_error(char* text, int size);
 
 /* Puts "count" pieces of one denomination in. The amount that the device took: 0 unless pay-in is open or
- * the device is in administration mode, where it is replenished. */
+ * the device is in administration mode, where it is replenished, and never more than there is room for. */
 int32_t tlsim_insert(int32_t denomination, int32_t count);
 
 /* What is in the device now, the customer's money included. The amount. */
@@ -51,7 +51,8 @@ int tlsim_balances(void);
 int tlsim_busy(void);
 
 /* Brings the device into its error status; what it is at stops half-way. code: 1 note path jammed, 2 coin
- * path jammed, 3 door open, up to 99 any other fault. 0, or 1 for any other code. */
+ * path jammed, 3 door open, up to 99 any other fault. A device in error already changes its code without a
+ * message. 0, or 1 for any other code. */
 int tlsim_fail(int code);
 
 /* Makes "count" pieces of a denomination stick, so that they can't be paid out or collected; 0 frees all.
@@ -59,7 +60,7 @@ int tlsim_fail(int code);
 int tlsim_stick(int32_t denomination, int32_t count);
 
 /* Delivers a text as a message of the device, whatever it says, behind those that are on their way. 0, or
- * 1 if there is no device. */
+ * 1 if there is no device or no text. */
 int tlsim_inject(const char* message);
 
 #ifdef __cplusplus

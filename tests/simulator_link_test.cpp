@@ -135,7 +135,7 @@ TEST_F(SimulatorLink, EachOpeningStartsAFreshDevice)
     });
     for (int round = 0; round < 200; ++round) {
         EXPECT_EQ(0, open());
-        EXPECT_EQ(1, open());
+        EXPECT_EQ(21, open());
         EXPECT_EQ('0', send("a|01|02|1200"));
         insert(100);
         link.close();

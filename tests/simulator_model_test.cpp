@@ -169,9 +169,9 @@ TEST(SimulatorModel, AnswersASessionWithTheseMessages)
          {"a0000000013", "e050:1;.~13", "e1100:3;200~13", "e10:2.13", "b0000000013BO/WD00000050",
           "b000000001300 0,50 SEK", "a0000000033"}},
         {"v|", {"v119Tellarion simulator"}},
-        // From now on in the long form. A new session hears of all that is low.
+        // From now on in the long form. A new session hears of all that is low, and isn't administration.
         {"a|07|05|1405",
-         {"a00000000330000000", "b0000000033100011100 0,50 SEK", "b0000000033100010900 50 SEK"}},
+         {"a00000000310000000", "b0000000031100011100 0,50 SEK", "b0000000031100010900 50 SEK"}},
     };
     for (const auto& [command, messages] : steps)
         EXPECT_EQ(messages, desk.run(command)) << command;
@@ -190,6 +190,26 @@ TEST(SimulatorModel, ErrorStopsWorkHalfWay)
     EXPECT_EQ("b0001000021Device error: 01 note path jammed", desk.pass(1000).back());
     desk.expectStatus('2', "c|00000100 a|07|05|1405");
     EXPECT_EQ(Texts{"a0001000001"}, desk.run("e|3"));
+}
+
+TEST(SimulatorModel, WhatIsStuckIsClaimedLaterAndNamedOnce)
+{
+    Desk desk(parseSettings(R"({"drawer": [{"value": 100, "count": 8}]})"));
+    EXPECT_EQ(Texts{"j100:8;;."}, desk.run("j")); // an empty group stands in for the notes
+    desk.insert(100, 6);
+    desk.device.setStuck(100, 12);
+    desk.run("f|00000000|00000000");
+    EXPECT_EQ(400, desk.device.paidIn());
+    desk.device.setStuck(100, 2);
+    for (const char* command : {"e|4", "g", "k|1"})
+        desk.run(command);
+    desk.expectStatus('0', "q|0");
+    desk.pass(20 + 200);
+    desk.device.fail(1, desk.now);
+    desk.device.fail(2, desk.now); // nobody is told
+    EXPECT_EQ((Texts{"e0100:3;.~13", "e1100:5;.13", "b0000000013BO/WD00000300",
+                     "b0000000023Device error: 01 note path jammed"}),
+              desk.pass(1000));
 }
 
 TEST(SimulatorModel, MoneyAddsUpWhateverHappens)

@@ -72,8 +72,7 @@ bool runCount(Printer& printer, const SessionOptions& options)
     const bool agrees = sum == amountOf(drawerCash()) && sum == plainAmount(plain);
     if (!agrees)
         printer.line(LineKind::Bad, "the counts and the drawer don't agree");
-    const bool addsUp = session.finish();
     printer.heading("What the device counted");
     printer.table(table);
-    return addsUp && agrees;
+    return session.finish() && agrees;
 }

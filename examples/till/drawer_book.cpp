@@ -101,7 +101,7 @@ Cash DrawerBook::takeCollected()
 bool DrawerBook::close()
 {
     Cash after = drawerCash();
-    Table table{{"denomination", "before", "after", "pieces", "amount"}, {}, true};
+    Table table{{"denomination", "before", "after", "pieces", "amount"}, {}, true, 0};
     for (const auto& [denomination, count] : m_before) {
         const int difference = after[denomination] - count;
         table.rows.push_back({money(denomination), std::to_string(count), std::to_string(after[denomination]),

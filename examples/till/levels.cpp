@@ -9,7 +9,7 @@
 
 bool runLevels(Printer& printer, const SessionOptions& options)
 {
-    printer.heading("A drawer that runs dry");
+    printer.heading("A drawer that runs dry, a small one of this session's own");
     if (tlsim_configure(smallDrawer) != 0)
         throw std::runtime_error("the simulator refused its settings");
     Session session(printer, options);

@@ -31,6 +31,14 @@ std::string toSmallestUnit(std::string& text)
     return {};
 }
 
+/// What can be put in, one piece at a time.
+std::string toPiece(std::string& text)
+{
+    const std::string written = text;
+    const std::string complaint = toSmallestUnit(text);
+    return complaint.empty() && text == "0" ? "\"" + written + "\" is no coin or note" : complaint;
+}
+
 void checkSale(const Arguments& arguments)
 {
     const auto& pieces = arguments.sale.pieces;
@@ -45,16 +53,24 @@ std::optional<int> parse(int count, char** texts, Arguments& arguments)
 {
     CLI::App app{"A till that works with the simulated Tellarion."};
     const CLI::Validator amount(toSmallestUnit, "AMOUNT");
+    const CLI::Validator piece(toPiece, "AMOUNT");
     app.require_subcommand(0, 1);
-    app.add_option("--port", arguments.session.port, "Name of the port, such as sim or 10.0.0.7:5000");
+    app.fallthrough(); // --port may stand behind the command
+    app.add_option("--port", arguments.session.port, "Name of the port, such as sim or 10.0.0.7:5000")
+        ->capture_default_str();
 
     CLI::App* sale = app.add_subcommand("sale", "Run one sale (the default)");
     sale->add_option("--kind", arguments.kind,
                      "payout: paid with change; deposit: kept, then changed; regret")
-        ->check(CLI::IsMember({"payout", "deposit", "regret"}));
-    sale->add_option("--due", arguments.sale.due, "What the sale costs")->transform(amount);
-    sale->add_option("--paid", arguments.sale.pieces, "The coins and notes that the customer puts in")
-        ->transform(amount);
+        ->check(CLI::IsMember({"payout", "deposit", "regret"}))
+        ->capture_default_str();
+    sale->add_option("--due", arguments.sale.due, "What the sale costs")
+        ->transform(amount)
+        ->default_str("63.00");
+    sale->add_option("--paid", arguments.sale.pieces,
+                     "The coins and notes that the customer puts in, with spaces between")
+        ->transform(piece)
+        ->default_str("50 20 5");
     app.add_subcommand("count", "Count the cash");
     app.add_subcommand("levels", "Run a small drawer dry and show its warnings");
     app.add_subcommand("window", "Get events as messages, and fetch their texts");

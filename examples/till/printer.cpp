@@ -39,16 +39,20 @@ Look lookOf(LineKind kind)
 
 bool wantsColours()
 {
-    const char* refusal = std::getenv("NO_COLOR");
-    return (!refusal || *refusal == '\0') && standardOutputShowsColour();
+    const auto variable = [](const char* name) {
+        const char* value = std::getenv(name);
+        return std::string(value ? value : "");
+    };
+    return variable("NO_COLOR").empty() && variable("TERM") != "dumb" && standardOutputShowsColour();
 }
 
-std::string tableRow(const std::vector<std::string>& cells, const std::vector<std::size_t>& widths)
+std::string tableRow(const Table& table, const std::vector<std::string>& cells,
+                     const std::vector<std::size_t>& widths)
 {
-    std::string text = "  ";
+    std::string text;
     for (std::size_t column = 0; column < cells.size(); ++column)
-        text += column == 0 ? fmt::format("{:<{}}", cells[column], widths[column])
-                            : fmt::format("  {:>{}}", cells[column], widths[column]);
+        text += column < table.leftColumns ? fmt::format("  {:<{}}", cells[column], widths[column])
+                                           : fmt::format("  {:>{}}", cells[column], widths[column]);
     return text;
 }
 
@@ -101,13 +105,13 @@ void Printer::heading(const std::string& text)
 void Printer::table(const Table& table)
 {
     const auto widths = columnWidths(table);
-    const std::string headings = tableRow(table.headings, widths);
+    const std::string headings = tableRow(table, table.headings, widths);
     const std::string rule = "  " + std::string(headings.size() - 2, '-');
     std::string text = coloured(bold, headings) + "\n" + rule;
     for (const auto& row : table.rows) {
         const bool isTotal = table.total && &row == &table.rows.back();
-        text += isTotal ? "\n" + rule + "\n" + coloured(bold, tableRow(row, widths))
-                        : "\n" + tableRow(row, widths);
+        text += isTotal ? "\n" + rule + "\n" + coloured(bold, tableRow(table, row, widths))
+                        : "\n" + tableRow(table, row, widths);
     }
     write(text);
 }

@@ -18,7 +18,8 @@ enum class LineKind { Call, Good, Bad, Event, Customer, Note };
 struct Table {
     std::vector<std::string> headings;
     std::vector<std::vector<std::string>> rows;
-    bool total = false; // the last row is a total
+    bool total = false;          // the last row is a total
+    std::size_t leftColumns = 1; // the first ones, which stand to the left
 };
 
 class Printer {
@@ -30,7 +31,6 @@ public:
 
     void heading(const std::string& text);
 
-    /// First column to the left, the others to the right.
     void table(const Table& table);
 
 private:

@@ -1,27 +1,43 @@
 #include "examples/till/commands.h"
+#include "examples/till/sale.h"
 
 #include <fmt/format.h>
 
-bool runDepositSale(Printer& printer, const SessionOptions& options, const SaleOptions& sale)
-{
-    printer.heading(fmt::format("A sale of {}, kept first and then changed", money(sale.due)));
-    Session session(printer, options);
-    session.call(fmt::format("informTotalAmountTL({})", money(sale.due)), [&](char* message) {
-        return informTotalAmountTL(static_cast<std::int32_t>(sale.due), message);
-    });
-    session.payIn(sale.pieces);
+namespace {
 
-    session.call("disablePayinTL", &disablePayinTL);
+/// What was kept can't be regretted, so the change must be certain first.
+void keepIfChangeable(Session& session, std::int32_t change)
+{
+    session.call(fmt::format("askPayoutTL({})", money(change)),
+                 [&](char* message) { return askPayoutTL(change, message); });
     session.call("depositTL(\"SALE-2\")", [](char* message) { return depositTL("SALE-2", message); });
     // The call doesn't wait, and a device that has yet to tell that it is busy refuses what follows.
     session.expect("the money kept",
                    [](const DeviceStatus& now) { return now.amount == 0 && now.status == 3; });
-    const std::int64_t change = session.book().inserted() - sale.due;
-    std::int32_t rest = 0;
-    session.call(fmt::format("dispenseTL({}, \"SALE-2\")", money(change)), [&](char* message) {
-        return dispenseTL(static_cast<std::int32_t>(change), "SALE-2", &rest, message);
+}
+
+bool deposit(Session& session, const SaleOptions& sale)
+{
+    session.call(fmt::format("informTotalAmountTL({})", money(sale.due)), [&](char* message) {
+        return informTotalAmountTL(static_cast<std::int32_t>(sale.due), message);
     });
+    session.payIn(sale.pieces);
+    session.call("disablePayinTL", &disablePayinTL);
+
+    const auto change = static_cast<std::int32_t>(session.book().inserted() - sale.due);
+    keepIfChangeable(session, change);
+    std::int32_t rest = 0;
+    session.call(fmt::format("dispenseTL({}, \"SALE-2\")", money(change)),
+                 [&](char* message) { return dispenseTL(change, "SALE-2", &rest, message); });
     const bool rightChange = amountOf(session.book().take()) == change;
     session.call("enablePayinTL", &enablePayinTL);
-    return session.finish() && rightChange;
+    return rightChange;
+}
+
+} // namespace
+
+bool runDepositSale(Printer& printer, const SessionOptions& options, const SaleOptions& sale)
+{
+    printer.heading(fmt::format("A sale of {}, kept first and then changed", money(sale.due)));
+    return runSale(printer, options, [&](Session& session) { return deposit(session, sale); });
 }

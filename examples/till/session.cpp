@@ -49,28 +49,46 @@ void showCall(Printer& printer, const std::string& what, const LibraryCall& func
         throw std::runtime_error(fmt::format("{} ended with {}", what, outcome));
 }
 
+Library::~Library()
+{
+    Message message{};
+    if (m_initialised)
+        exitTL(message.data());
+}
+
+std::int16_t Library::init(const std::string& port, const char* settings, char* message)
+{
+    const std::int16_t status = initTL(port.c_str(), settings, message);
+    m_initialised = m_initialised || status == TL_STATUS_OK;
+    return status;
+}
+
+std::int16_t Library::exit(char* message)
+{
+    const std::int16_t status = exitTL(message);
+    m_initialised = m_initialised && status != TL_STATUS_OK;
+    return status;
+}
+
+std::string portSettings(const std::string& name)
+{
+    return fmt::format("Type:RS232;Name:{};", name);
+}
+
 Session::Session(Printer& printer, const SessionOptions& options) : m_printer(printer), m_events(printer)
 {
     showLogDirectory(m_printer, options.port);
     call("registerEvents4TL", [&](char* message) { return m_events.registerAll(message); });
 
-    const std::string port = fmt::format("Type:RS232;Name:{};", options.port);
+    const std::string port = portSettings(options.port);
     call(fmt::format("initTL(\"{}\")", port),
-         [&](char* message) { return initTL(port.c_str(), waitForReady, message); });
-    m_initialised = true;
+         [&](char* message) { return m_library.init(port, waitForReady, message); });
     m_book.emplace(m_printer);
     m_printer.line(LineKind::Note, "the drawer holds " + money(amountOf(drawerCash())));
 
     call(fmt::format("loginTL({}, 1)", options.user),
          [&](char* message) { return loginTL(static_cast<std::int16_t>(options.user), 1, message); });
     showDevice();
-}
-
-Session::~Session()
-{
-    Message message{};
-    if (m_initialised)
-        exitTL(message.data());
 }
 
 void Session::expect(const std::string& what, const std::function<bool(const DeviceStatus&)>& answers)
@@ -93,9 +111,29 @@ void Session::payIn(const std::vector<std::int64_t>& denominations)
 bool Session::finish()
 {
     call("logoutTL", &logoutTL);
-    call("exitTL", &exitTL);
-    m_initialised = false;
+    call("exitTL", [this](char* message) { return m_library.exit(message); });
     return m_book->close();
+}
+
+void Session::callOff()
+{
+    // Who regrets before the library has heard of the money is told at once that nothing is to be done.
+    m_events.waitForStatus([](const DeviceStatus& now) { return now.amount == tlsim_paid_in(); });
+    attempt("regretTL(1), everything", [](char* message) { return regretTL(1, message); });
+    m_book->take();
+    attempt("logoutTL", &logoutTL);
+    attempt("exitTL", [this](char* message) { return m_library.exit(message); });
+    m_book->close();
+}
+
+/// For calls whose failure changes nothing any more.
+void Session::attempt(const std::string& what, const LibraryCall& function)
+{
+    try {
+        call(what, function);
+    } catch (const std::exception&) {
+        return; // it was shown
+    }
 }
 
 void Session::showDevice()

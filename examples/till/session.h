@@ -19,16 +19,30 @@ using LibraryCall = std::function<std::int16_t(char* message)>;
 /// Shows and makes one call of the library; "function" gets the message buffer. Throws if it fails.
 void showCall(Printer& printer, const std::string& what, const LibraryCall& function);
 
+/// Leaves the library at the end if nobody did before. To be made after whatever events go to, which then
+/// outlives the link.
+class Library {
+public:
+    Library() = default;
+    ~Library();
+    Library(const Library&) = delete;
+    Library& operator=(const Library&) = delete;
+
+    /// As initTL and exitTL.
+    std::int16_t init(const std::string& port, const char* settings, char* message);
+    std::int16_t exit(char* message);
+
+private:
+    bool m_initialised = false;
+};
+
+/// What initTL takes for a port.
+std::string portSettings(const std::string& name);
+
 class Session {
 public:
     /// Initialises the library and logs in. Throws, as all here, if a call doesn't end well.
     Session(Printer& printer, const SessionOptions& options);
-
-    /// Leaves the device as well as may be if the session breaks off.
-    ~Session();
-
-    Session(const Session&) = delete;
-    Session& operator=(const Session&) = delete;
 
     void call(const std::string& what, const LibraryCall& function) { showCall(m_printer, what, function); }
 
@@ -41,15 +55,19 @@ public:
     /// Logs out and exits, and answers whether the money adds up.
     bool finish();
 
+    /// The same as well as may be after a failure. First the customer gets everything back.
+    void callOff();
+
     Printer& printer() { return m_printer; }
     Events& events() { return m_events; }
     DrawerBook& book() { return *m_book; }
 
 private:
     void showDevice();
+    void attempt(const std::string& what, const LibraryCall& function);
 
     Printer& m_printer;
     Events m_events;
+    Library m_library;
     std::optional<DrawerBook> m_book; // there is a device once the library is initialised
-    bool m_initialised = false;
 };

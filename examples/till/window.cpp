@@ -77,18 +77,19 @@ private:
 
 bool runWindow(Printer& printer, const SessionOptions& options)
 {
-    printer.heading("Events as messages");
+    printer.heading("Events as messages, with a small drawer of this session's own");
     if (tlsim_configure(smallDrawer) != 0)
         throw std::runtime_error("the simulator refused its settings");
     showLogDirectory(printer, options.port);
     MessageTill till(printer);
+    Library library;
     const auto call = [&](const std::string& what, const LibraryCall& function) {
         showCall(printer, what, function);
         till.showEvents();
     };
-    const std::string port = fmt::format("Type:RS232;Name:{};", options.port);
+    const std::string port = portSettings(options.port);
     call("registerHwndTL", [&](char* message) { return registerHwndTL(till.handle(), message); });
-    call("initTL", [&](char* message) { return initTL(port.c_str(), "PayOutOkCheck:1;", message); });
+    call("initTL", [&](char* message) { return library.init(port, "PayOutOkCheck:1;", message); });
     call("loginTL", [](char* message) { return loginTL(1, 1, message); });
     call("disablePayinTL", &disablePayinTL);
     std::int32_t rest = 0;
@@ -97,6 +98,6 @@ bool runWindow(Printer& printer, const SessionOptions& options)
     till.showEvents();
     call("resetTL", &resetTL);
     call("logoutTL", &logoutTL);
-    call("exitTL", &exitTL);
+    call("exitTL", [&](char* message) { return library.exit(message); });
     return till.heardAll() && tlsim_balances() == 1;
 }

@@ -17,17 +17,11 @@ protected:
     {
         device.say(head('a', 77, 3, 3));
         const Texts logic = logged(message);
-        const std::string marked = "!! " + line;
-        const Texts rest{"!! ctllogics.callbackfunc: Error in format of received callback", "!! " + message};
-        Texts expected{marked};
-        if (!inErrorLog)
-            expected.push_back(marked);
-        expected.insert(expected.end(), rest.begin(), rest.end());
-        EXPECT_EQ(expected, logic) << message;
-        expected = inErrorLog ? Texts{marked} : Texts{};
-        expected.insert(expected.end(), rest.begin(), rest.end());
+        Texts expected{"!! ctllogics.callbackfunc: Error in format of received callback", "!! " + message};
+        expected.insert(expected.begin(), inErrorLog ? 1 : 0, "!! " + line);
         EXPECT_EQ(expected, errorLog()) << message;
-
+        expected.insert(expected.begin(), inErrorLog ? 0 : 2, "!! " + line);
+        EXPECT_EQ(expected, logic) << message;
         EXPECT_EQ(DEVICE_ERROR, g_nLastCallbackStatus) << message;
         EXPECT_EQ(3, g_nLastCallbackMode) << message;
         EXPECT_EQ(77, g_nAmountPaidIn) << message;
@@ -74,11 +68,10 @@ TEST_F(Decoder, AmountsAreReadAsFarAsTheyAreNumbers)
 {
     open();
     happened();
-    const std::vector<std::pair<const char*, int>> rows{{"a000012x001", 12},
-                                                        {"a0000000001", 0},
-                                                        {"a     12301", 123},
-                                                        {"a+000001201", 12},
-                                                        {"a9999999901", 99999999}};
+    const std::vector<std::pair<const char*, int>> rows{
+        {"a000012x001", 12}, {"a0000000001", 0},        {"a     12301", 123},
+        {"a+000001201", 12}, {"a9999999901", 99999999},
+    };
     for (const auto& [message, amount] : rows) {
         device.say(message);
         EXPECT_EQ(amount, g_nAmountPaidIn) << message;
@@ -125,8 +118,8 @@ TEST_F(Decoder, WhichMessagesMoveTheState)
 TEST_F(Decoder, OneMessageOneOrder)
 {
     open();
-    EXPECT_EQ((Texts{"<- a0000050001", "<= sendStatusEvent: amount=500, status=0, mode=1"}),
-              logged("a0000050001"));
+    device.say(head('a', 500, 0));
+    happened();
     EXPECT_EQ(
         (Texts{"<= sendStatusEvent: amount=500, status=2, mode=1", "<- b0000050021Note jam at 1405 in",
                "!! ErrorEvent: errorCode=5, errorText=Note jam at 1405 in, extInfo=ErrorInfo Not set",
@@ -164,7 +157,6 @@ TEST_F(Decoder, ABIsSortedByHeadKindAndFirstCharacter)
         {6, 2, "1004204Jam!", {"status 6 2 1", "error 42 Jam! ErrorInfo Not set"}},
         {0, 0, "0000013BO/WD00000150", {"status 0 0 1", "session 0 150 BO/WD00000150"}},
         {0, 0, "1004210100 SEK on and on", {"level 10000 999 100 SEK on", high + " on) 100 SEK on"}},
-        {0, 0, "0000099100 SEK", {"level 10000 999 100 SEK", high + ") 100 SEK"}},
     };
     openLong();
     device.say(head('a', 5, 0));
@@ -197,15 +189,12 @@ TEST_F(Decoder, RepeatsAreDroppedUnlessTheSettingsWantThem)
     forget();
     device.say(text);
     EXPECT_EQ((Texts{"session 4 0 Tella"}), happened());
-    call(changeSettingsTL, "LoggSendEvents:0;LoggEveryCallback:1;", 0);
-    EXPECT_EQ((Texts{"<- " + text}), logged(text));
 }
 
 TEST_F(Decoder, WhatXAndVTell)
 {
     openLong();
     device.say("x2345678901234567A1B2"); // a character short of any commands
-    EXPECT_EQ(0, g_nApiVersionKind);
     EXPECT_EQ("03.12", g_sMasterVersion.get());
     device.say("x---reserved-17--7A1B29Q8R");
     EXPECT_EQ("A1.B2", g_sMasterVersion.get());

@@ -3,8 +3,8 @@
 
 #include <string>
 
+/// An empty value removes the variable.
 void setEnvironment(const std::string& name, const std::string& value);
-void unsetEnvironment(const std::string& name);
 
 /// Removes a directory also if files in it are still open.
 void removeDirectory(const std::string& path);

@@ -5,12 +5,7 @@
 
 void setEnvironment(const std::string& name, const std::string& value)
 {
-    setenv(name.c_str(), value.c_str(), 1);
-}
-
-void unsetEnvironment(const std::string& name)
-{
-    unsetenv(name.c_str());
+    value.empty() ? unsetenv(name.c_str()) : setenv(name.c_str(), value.c_str(), 1);
 }
 
 void removeDirectory(const std::string& path)

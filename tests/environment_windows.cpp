@@ -7,12 +7,7 @@
 
 void setEnvironment(const std::string& name, const std::string& value)
 {
-    SetEnvironmentVariableA(name.c_str(), value.c_str());
-}
-
-void unsetEnvironment(const std::string& name)
-{
-    SetEnvironmentVariableA(name.c_str(), nullptr);
+    SetEnvironmentVariableA(name.c_str(), value.empty() ? nullptr : value.c_str());
 }
 
 void removeDirectory(const std::string& path)

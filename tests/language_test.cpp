@@ -8,7 +8,6 @@
 #include "tests/environment.h"
 
 #include <algorithm>
-#include <fstream>
 
 namespace {
 
@@ -16,26 +15,26 @@ namespace fs = std::filesystem;
 
 const fs::path ROOT = TLLOGICS_SOURCE_DIR;
 
-char someWindow = 0;
-char* const ANY_WINDOW = &someWindow;
-
-std::string contentOf(const fs::path& path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-class Language : public Till {};
+class Language : public Till {
+protected:
+    /// Another initTL finds nothing to read.
+    void expectDefaults()
+    {
+        registerEvents();
+        EXPECT_EQ("0 Done", call(initTL, "Type:RS232;Name:COM7;", ""));
+        EXPECT_EQ(19, countOf("(default value)", logicLog()));
+    }
+};
 
 TEST_F(Language, TranslatesWhatReachesTheApplicationAndNotTheLog)
 {
     scratch::write("tllang.ini", "[Lang]\ndone=100 % klart %s %n\nNot initiated=\n");
-    EXPECT_EQ("0 100 % klart %s %n", call(registerHwndTL, ANY_WINDOW));
+    EXPECT_EQ("0 100 % klart %s %n", call(registerHwndTL, nobody));
     EXPECT_EQ("2 Not initiated", call(exitTL));
     EXPECT_EQ(1, countOf("== registerHwndTL: Ok! Returning 0 (TL_STATUS_OK): 100 % klart %s %n", apiLog()));
     EXPECT_EQ(1, countOf("== CTLLogics::registerHwnd() returning Ok", logicLog()));
     scratch::write("tllang.ini", "[Lang]\nDone=Fertig\n"); // comes too late
-    EXPECT_EQ("0 100 % klart %s %n", call(registerHwndTL, ANY_WINDOW));
+    EXPECT_EQ("0 100 % klart %s %n", call(registerHwndTL, nobody));
 }
 
 TEST_F(Language, WordsTheDevicesCodes)
@@ -43,30 +42,12 @@ TEST_F(Language, WordsTheDevicesCodes)
     scratch::write("tllang.ini", "[Lang]\nError Code 7=Fel sju\nWarning Code 5=Snart slut\nLow=L\xC3\xA5g\n"
                                  "Left=Kvar\nInformation Code 12=" +
                                      std::string(200, 'i') + "\n");
+    const std::string level = "05 10x";
     openLong();
-    const auto say = [this](const char* statusToText) {
-        device.say("b00000000" + std::string(statusToText));
-    };
-    say("01"
-        "2"
-        "0005"
-        "06"
-        "05 10x");
-    say("01"
-        "3"
-        "0012"
-        "04"
-        "text");
-    say("01"
-        "0"
-        "0005"
-        "06"
-        "05 10x"); // a code that is not given
-    say("21"
-        "2"
-        "0007"
-        "02"
-        "no");
+    device.say(head('b', 0, 0, 1, "2000506" + level));
+    device.say(head('b', 0, 0, 1, "3001204text"));
+    device.say(head('b', 0, 0, 1, "0000506" + level)); // a code that is not given
+    device.say(head('b', 0, 2, 1, "2000702no"));
     EXPECT_EQ((Texts{"status 0 0 1", "level 1000 5 05 10x",
                      "warning 2 1000 5 Snart slut 10 10 Snart slut (5 Kvar) 05 10x",
                      "information " + std::string(98, 'i'), "level 1000 5 05 10x",
@@ -77,22 +58,17 @@ TEST_F(Language, WordsTheDevicesCodes)
 
 TEST_F(Language, SearchesItsPlacesInOrder)
 {
-    const std::string directory = scratch::path("config");
-    fs::create_directory(directory);
     scratch::write("tllang.ini", "[Lang]\nDone=here\n");
     scratch::write("config/tllang.ini", "[Lang]\nDone=there\n");
-    setEnvironment("TLCONFIG", directory);
-    EXPECT_EQ("0 there", call(registerHwndTL, ANY_WINDOW));
-    EXPECT_NE(std::string::npos, TLLangSupport::getLangFilePath().find("config"));
+    setEnvironment("TLCONFIG", scratch::path("config"));
+    EXPECT_EQ("0 there", call(registerHwndTL, nobody));
 }
 
 TEST_F(Language, SurvivesFilesThatAreNone)
 {
     fs::create_directory(scratch::path("tllang.ini"));
     fs::create_directory(scratch::path("tllogics.ini"));
-    registerEvents();
-    EXPECT_EQ("0 Done", call(initTL, "Type:RS232;Name:COM7;", ""));
-    EXPECT_EQ(19, countOf("(default value)", logicLog()));
+    expectDefaults();
 }
 
 TEST_F(Language, TakesNoHugeFiles)
@@ -103,9 +79,7 @@ TEST_F(Language, TakesNoHugeFiles)
             content += "[x]\n";
         scratch::write(name, content);
     }
-    registerEvents();
-    EXPECT_EQ("0 Done", call(initTL, "Type:RS232;Name:COM7;", ""));
-    EXPECT_EQ(19, countOf("(default value)", logicLog()));
+    expectDefaults();
 }
 
 TEST(IniFile, TheFirstDelimiterOfALineDecides)
@@ -127,34 +101,18 @@ TEST(IniFile, TheFirstDelimiterOfALineDecides)
     EXPECT_EQ(-1, file.FindSection("after"));
 }
 
-TEST(IniFile, OverwritesFindsAndConverts)
-{
-    const std::string path = scratch::write("y.ini", "[A]\na=1\nA=2x\n;c\n");
-    CIniFile file(path);
-    EXPECT_TRUE(file.ReadFile());
-    EXPECT_EQ(2, file.GetValueI("a", "a", 9));
-    EXPECT_EQ(9, file.GetValueI("a", "b", 9));
-    EXPECT_DOUBLE_EQ(0.5, file.GetValueF("a", "b", 0.5));
-    EXPECT_FALSE(file.SetValue("b", "k", "v", false));
-    EXPECT_FALSE(file.SetValue("a", "k", "v", false));
-    EXPECT_TRUE(file.SetValue("b", "k", "v", true));
-    EXPECT_EQ("v", file.GetValue("B", "K", ""));
-    CIniFile missing(scratch::path("none.ini"));
-    EXPECT_FALSE(missing.ReadFile());
-}
-
 TEST(LanguageKeys, AreAllUsedAndAllInTheSamples)
 {
     std::string code;
     for (const char* const room : {"api", "device", "logic", "events"}) {
         for (const auto& entry : fs::directory_iterator(ROOT / room))
-            code += contentOf(entry.path());
+            code += scratch::source(compose(room, "/", entry.path().filename().string()));
     }
     for (const char* const language : {"swedish", "german"}) {
-        const fs::path path = ROOT / "docs/samples" / language / "tllang.ini";
-        CIniFile sample(path.string());
-        EXPECT_TRUE(sample.ReadFile()) << path;
-        const std::string content = contentOf(path);
+        const std::string file = compose("docs/samples/", language, "/tllang.ini");
+        CIniFile sample((ROOT / file).string());
+        EXPECT_TRUE(sample.ReadFile()) << file;
+        const std::string content = scratch::source(file);
         EXPECT_EQ(std::ptrdiff_t(FIXED_KEYS.size()),
                   std::count(content.begin(), content.end(), '=') - std::ptrdiff_t(3)); // three are comments
         for (const std::string_view key : FIXED_KEYS) {
@@ -166,25 +124,20 @@ TEST(LanguageKeys, AreAllUsedAndAllInTheSamples)
 
 TEST(Samples, TheSettingsFileHoldsEveryDefault)
 {
-    const std::string path = (ROOT / "docs/samples/tllogics.ini").string();
-    const std::string content = contentOf(path);
+    const std::string file = "docs/samples/tllogics.ini";
+    const std::string content = scratch::source(file);
     for (const SettingRow& row : settingsTable()) {
         EXPECT_NE(std::string::npos, content.find("\n" + std::string(row.key) + "=")) << row.key;
-        const bool isText = row.type == SettingType::Text;
-        EXPECT_EQ(isText ? -1 : row.defaultValue,
-                  isText ? -1 : platform::profileInt(row.section, row.key, path))
-            << row.key;
+        if (row.type != SettingType::Text) {
+            EXPECT_EQ(row.defaultValue, platform::profileInt(row.section, row.key, (ROOT / file).string()))
+                << row.key;
+        }
     }
 }
 
 TEST(Samples, TheReadmeShowsTheFirstSaleAsItStands)
 {
-    const auto plain = [](std::string text) {
-        std::erase(text, '\r');
-        return text;
-    };
-    const std::string readme = plain(contentOf(ROOT / "README.md"));
-    EXPECT_NE(std::string::npos, readme.find(plain(contentOf(ROOT / "examples/first_sale.c"))));
+    EXPECT_NE(std::string::npos, scratch::source("README.md").find(scratch::source("examples/first_sale.c")));
 }
 
 } // namespace

@@ -9,36 +9,30 @@
 
 namespace {
 
-class Directory {
-public:
+struct Directory {
     Directory()
     {
-        // With the drive, where there are drives.
-        m_sources = std::filesystem::current_path() / TLLOGICS_SOURCE_DIR / "tests";
         std::random_device random;
-        m_path = std::filesystem::temp_directory_path() /
-                 ("tllogics_" + std::to_string(random()) + std::to_string(random()));
-        std::filesystem::create_directories(m_path);
-        std::filesystem::current_path(m_path);
-        setEnvironment("TLLOGS", path("logs"));
-        unsetEnvironment("LOGFILE");
-        unsetEnvironment("TLCONFIG");
+        path = std::filesystem::temp_directory_path() /
+               ("tllogics_" + std::to_string(random()) + std::to_string(random()));
+        std::filesystem::create_directories(path);
+        std::filesystem::current_path(path);
+        setEnvironment("TLLOGS", (path / "logs").string());
+        for (const char* const name : {"LOGFILE", "TLCONFIG"})
+            setEnvironment(name, "");
     }
     Directory(const Directory&) = delete;
     Directory& operator=(const Directory&) = delete;
     ~Directory()
     {
         std::error_code ignored;
-        std::filesystem::current_path(m_path.parent_path(), ignored);
-        removeDirectory(m_path.string());
+        std::filesystem::current_path(path.parent_path(), ignored);
+        removeDirectory(path.string());
     }
 
-    std::string path(const std::string& name) const { return (m_path / name).string(); }
-    const std::filesystem::path& sources() const { return m_sources; }
-
-private:
-    std::filesystem::path m_path;
-    std::filesystem::path m_sources;
+    // With the drive, where there are drives.
+    const std::filesystem::path sources = std::filesystem::current_path() / TLLOGICS_SOURCE_DIR;
+    std::filesystem::path path;
 };
 
 std::string contentOf(const std::filesystem::path& path)
@@ -54,7 +48,7 @@ std::string contentOf(const std::filesystem::path& path)
 
 std::string scratch::path(const std::string& name)
 {
-    return directory.path(name);
+    return (directory.path / name).string();
 }
 
 std::string scratch::write(const std::string& name, const std::string& content)
@@ -72,5 +66,7 @@ std::string scratch::read(const std::string& name)
 
 std::string scratch::source(const std::string& name)
 {
-    return contentOf(directory.sources() / name);
+    std::string content = contentOf(directory.sources / name);
+    std::erase(content, '\r');
+    return content;
 }

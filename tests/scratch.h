@@ -15,7 +15,7 @@ std::string write(const std::string& name, const std::string& content);
 /// All of a file; empty if there is none.
 std::string read(const std::string& name);
 
-/// All of a file of the tests' sources.
+/// All of a file of the project's sources, with plain line ends.
 std::string source(const std::string& name);
 
 } // namespace scratch

@@ -39,10 +39,7 @@ void sendCommand(const char* command, char* answer)
     std::string shown = command;
     std::replace(shown.begin(), shown.end(), '\x1C', '|');
     ostrivane().commands.push_back(shown);
-    put(ostrivane().onCommand ? ostrivane().onCommand(shown)
-                              : shown.substr(0, 1) + "\x1C"
-                                                     "0",
-        answer);
+    put(ostrivane().onCommand ? ostrivane().onCommand(shown) : std::string{shown[0], '\x1C', '0'}, answer);
 }
 
 void loggedOut(const char* text, char* answer)
@@ -92,5 +89,5 @@ std::string platform::ownModulePath(const char*)
 
 std::string platform::ownModuleVersion(const char*)
 {
-    return ostrivane().ownVersion;
+    return "1.2.3.4";
 }

@@ -27,9 +27,7 @@ struct ScriptedOstrivane {
     void deliver(const std::string& message) const { callback(message.c_str()); }
     int (*callback)(const char* message) = nullptr;
 
-    // What this library hears about its own file.
-    std::string ownPath;
-    std::string ownVersion = "1.2.3.4";
+    std::string ownPath; // where this library hears that it lies
 };
 
 ScriptedOstrivane& ostrivane();

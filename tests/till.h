@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <filesystem>
 #include <functional>
@@ -20,6 +21,9 @@
 #include <utility>
 
 using Texts = std::vector<std::string>;
+
+// Nobody's handle on either platform: what is posted to it is lost.
+inline const TLWindowHandle nobody = reinterpret_cast<TLWindowHandle>(std::intptr_t{99999});
 
 /// A device message of the short form: the head, and the text of a "b".
 inline std::string head(char letter, int amount, int status, int mode = 1, const std::string& text = "")
@@ -38,10 +42,16 @@ public:
         m_statuses = statuses;
         return *this;
     }
-    Reply& saysInCall(const std::string& message) { return says(-1, message); }
+    /// Inside the call if the time is negative.
     Reply& says(int milliseconds, const std::string& message)
     {
         m_messages.emplace_back(milliseconds, message);
+        return *this;
+    }
+    Reply& says(int milliseconds, const Texts& messages)
+    {
+        for (const std::string& message : messages)
+            says(milliseconds, message);
         return *this;
     }
 
@@ -68,8 +78,6 @@ private:
 class Device {
 public:
     Device() { behaveWell(); }
-    Device(const Device&) = delete;
-    Device& operator=(const Device&) = delete;
 
     void behaveWell()
     {
@@ -85,11 +93,11 @@ public:
             on(paying).says(10, head('a', 0, 1)).says(20, head('a', 0, 0));
         ostrivane().onCommand = [this](const std::string& command) {
             // The longest script that the command begins with.
-            auto script = m_scripts.upper_bound(command);
-            while (script != m_scripts.begin() && !command.starts_with((--script)->first)) {
-            }
-            const bool found = script != m_scripts.end() && command.starts_with(script->first);
-            return command.substr(0, 1) + "\x1C" + (found ? script->second.play() : '0') + "word";
+            const auto script = std::find_if(m_scripts.rbegin(), m_scripts.rend(), [&](const auto& each) {
+                return command.starts_with(each.first);
+            });
+            const char status = script == m_scripts.rend() ? '0' : script->second.play();
+            return compose(command.front(), '\x1C', status, "word");
         };
     }
 
@@ -125,13 +133,6 @@ std::string call(std::int16_t (*function)(Parameters...), const Arguments&... ar
     return std::to_string(status) + " " + message.data();
 }
 
-/// The same with every parameter null or 0, the message too.
-template <typename... Parameters>
-int callWithNulls(std::int16_t (*function)(Parameters...))
-{
-    return std::apply(function, std::tuple<Parameters...>());
-}
-
 class Till : public testing::Test {
 protected:
     Till() { ostrivane().ownPath = scratch::path("library/tllogics.dll"); }
@@ -165,9 +166,7 @@ protected:
     void openLong(const std::string& settings = "")
     {
         device.on("x").says(10, "x---reserved-17---0312ABCDEFGHIJKLMNPQRVX");
-        device.on("v").says(10, "v1"
-                                "06"
-                                "API4.2 and what is cut");
+        device.on("v").says(10, "v106API4.2 and what is cut");
         open(settings);
     }
 
@@ -175,10 +174,11 @@ protected:
     void forget()
     {
         device.sent();
-        events().clear();
+        heard.clear();
         ostrivane().calls.clear();
-        for (const char* const file : {"tlapi_Sun.log", "tllogic_Sun.log", "tlerror_Nov.log"})
-            lines(file);
+        apiLog();
+        logicLog();
+        errorLog();
     }
 
     /// The lines since this was last asked, without their time stamps, of a file in the log directory.
@@ -189,8 +189,7 @@ protected:
         Texts found;
         std::size_t number = 0;
         for (std::string line; std::getline(stream, line); ++number) {
-            if (!line.empty() && line.back() == '\r')
-                line.pop_back();
+            std::erase(line, '\r');
             if (number >= m_seen[file])
                 found.push_back(line.size() < stamp ? line : line.substr(stamp));
         }
@@ -202,24 +201,18 @@ protected:
     Texts errorLog() { return lines("tlerror_Nov.log"); }
 
     /// Events as the application got them since it was last asked, "status 0 0 1".
-    static Texts happened() { return std::exchange(events(), {}); }
+    static Texts happened() { return std::exchange(heard, {}); }
 
     /// Runs inside every event.
-    static std::function<void()>& duringEvent()
-    {
-        static std::function<void()> action;
-        return action;
-    }
+    static inline std::function<void()> duringEvent;
 
-    template <typename... Pieces>
-    static void note(const char* event, const Pieces&... pieces)
+    template <typename... Fields>
+    static void note(const char* event, const Fields&... fields)
     {
-        std::ostringstream text;
-        text << event;
-        ((text << " " << pieces), ...);
-        events().push_back(text.str());
-        if (duringEvent())
-            duringEvent()();
+        heard.push_back(event);
+        ((heard.back() += compose(" ", fields)), ...);
+        if (duringEvent)
+            duringEvent();
     }
     static void onStatus(std::int32_t amount, std::uint16_t status, std::uint16_t mode)
     {
@@ -247,12 +240,7 @@ protected:
     Device device;
 
 private:
-    static Texts& events()
-    {
-        static Texts happened;
-        return happened;
-    }
-
+    static inline Texts heard;
     std::map<std::string, std::size_t> m_seen;
 };
 

@@ -1,15 +1,15 @@
 // Stands in for the platform's clock: time stands still until a wait of the library, or a test, moves it.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
-#include <string>
 
 namespace virtual_clock {
 
-/// Local date and time, "2026-11-22 14:05:06.007", which it is at the start too, a Sunday. The wall clock
-/// and the time of actions go on as they were.
-void set(const std::string& dateAndTime);
+/// Local date and time; at the start it is Sunday, 2026-11-22 14:05:06.007. The wall clock and the time of
+/// actions go on as they were.
+void set(std::chrono::sys_time<std::chrono::milliseconds> dateAndTime);
 
 /// Turns the wall clock alone.
 void turnWallClock(std::int64_t seconds);

@@ -199,12 +199,6 @@ TEST_F(Waits, ErrorsDoNotKeepALogoutFromClosing)
     EXPECT_EQ(STATE_LOGGED_OUT, g_TLState);
 }
 
-TEST_F(Waits, MillionsOfSecondsDoNotWrapRound)
-{
-    call(changeSettingsTL, "StatusOkTimeout:3000000;", 0);
-    EXPECT_EQ("0 Done", payout());
-}
-
 TEST_F(Waits, OkChecksAreMadeForTheValueOneAlone)
 {
     for (const char* const value : {"0", "2"}) {
@@ -217,7 +211,6 @@ TEST_F(Waits, OkChecksAreMadeForTheValueOneAlone)
         standReady();
         EXPECT_EQ("0 Done", dispense());
         EXPECT_EQ(DEVICE_BUSY, g_nLastCallbackStatus);
-        EXPECT_EQ(STATE_PAYIN_DISABLED, g_TLState);
         standReady();
         EXPECT_EQ("0 Done", call(changeTL)); // nothing paid in: not even busy is waited for
         EXPECT_EQ("0 Done", call(regretTL, 1));

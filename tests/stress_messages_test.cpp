@@ -1,6 +1,7 @@
 // Two threads and the real clock: messages at full rate on one, the application on the other.
 #include "api/tllogics.h"
 #include "diag/compose.h"
+#include "events/queues.h"
 #include "logic/shared_state.h"
 #include "scripted_modules.h"
 
@@ -16,7 +17,7 @@ namespace {
 using namespace std::chrono_literals;
 
 std::atomic<int> statusEvents{0};
-std::atomic<int> levelEvents{0};
+std::atomic<int> otherEvents{0};
 
 /// "a", "b" or "c" with an amount, ready and open.
 std::string head(char letter, int amount)
@@ -85,7 +86,7 @@ TEST_F(Stress, OperationsPollWhileMessagesPour)
     device.request_stop();
     device.join();
     EXPECT_LT(0, statusEvents);
-    EXPECT_LT(0, levelEvents);
+    EXPECT_LT(0, otherEvents);
 }
 
 TEST_F(Stress, ANameIsSeenWithItsFieldsAndNeverBefore)
@@ -104,5 +105,19 @@ TEST_F(Stress, ANameIsSeenWithItsFieldsAndNeverBefore)
         }
         ASSERT_EQ(n, g_nAskPayoutRest);
         taken = n;
+    }
+}
+
+TEST_F(Stress, QueuesAreFilledAndFetchedAtOnce)
+{
+    std::jthread device([](const std::stop_token& stop) {
+        for (int n = 1; !stop.stop_requested();)
+            n += pushToCashSessionQueue(std::to_string(n)) == TL_STATUS_OK;
+    });
+    for (int n = 1; n <= 2000;) {
+        std::string text;
+        if (retrieveFromCashSessionQueue(text) == TL_STATUS_OK) {
+            ASSERT_EQ(std::to_string(n++), text);
+        }
     }
 }

@@ -106,14 +106,12 @@ const char* openMark(int kind)
     }
 }
 
-std::atomic<bool> unloading{false};
-
 /// Holds the log for one line.
 class LogLock {
 public:
     LogLock() : m_lock(g_logLock, std::defer_lock)
     {
-        if (!unloading) {
+        if (!g_bUnloading) {
             m_lock.lock();
             return;
         }
@@ -256,5 +254,5 @@ void closeLogFiles()
 
 void expectUnload()
 {
-    unloading = true;
+    g_bUnloading = true;
 }

@@ -72,7 +72,8 @@ private:
 // Process-wide, see process_objects.cpp.
 extern std::unique_ptr<CLogFiles> g_pLogFiles;
 extern std::string g_sLogSubfolder;
-extern std::mutex g_logLock; // guards the two above
+extern std::mutex g_logLock;           // guards the two above
+extern std::atomic<bool> g_bUnloading; // see expectUnload
 
 // What is logged, by kind; the current values of the settings of the same names.
 extern std::atomic<bool> g_bLogCRToCAPI;

@@ -14,6 +14,7 @@
 
 // Log and language
 std::mutex g_logLock;
+std::atomic<bool> g_bUnloading{false};
 std::string g_sLogSubfolder;
 std::unique_ptr<CLogFiles> g_pLogFiles;
 std::atomic<bool> g_bLogCRToCAPI{true};

@@ -84,10 +84,3 @@ Call::Outcome withRest(const Amount& amountRest)
         return compose("amountRest=", amountRest, ": ", message);
     };
 }
-
-/// "<name>(value, value, NULL, message)" for the callbacks of a registration.
-template <typename... Callbacks>
-std::string registrationText(const char* name, Callbacks... callbacks)
-{
-    return compose(name, "(", (callbacks != nullptr ? "value, " : "NULL, ")..., "message)");
-}

@@ -28,6 +28,17 @@ std::int16_t refusePortType(const std::string& type, const std::string& readerEr
                   "Port type not implemented");
 }
 
+/// All five registrations: the logic tests the callbacks, in the order in which they are given.
+template <typename Method, typename... Callbacks>
+std::int16_t registrationCall(const char* name, Method method, char* message, Callbacks... callbacks)
+{
+    const std::string callText =
+        compose(name, "(", (callbacks != nullptr ? "value, " : "NULL, ")..., "message)");
+    return Call(name, callText, message).run([&](std::string& text) {
+        return (g_logic.*method)(callbacks..., text);
+    });
+}
+
 } // namespace
 
 std::int16_t initTL(const char* portSettings, const char* initSettings, char* message)
@@ -72,66 +83,40 @@ std::int16_t exitTL(char* message)
 std::int16_t registerEventsTL(TLStatusEvent statusEvent, TLErrorEvent errorEvent,
                               TLCashLevelEvent cashLevelEvent, char* message)
 {
-    return Call("registerEventsTL",
-                registrationText("registerEventsTL", statusEvent, errorEvent, cashLevelEvent), message)
-        .run([&](std::string& text) {
-            return g_logic.registerEvents(statusEvent, errorEvent, cashLevelEvent, text);
-        });
+    return registrationCall("registerEventsTL", &CTLLogics::registerEvents, message, statusEvent, errorEvent,
+                            cashLevelEvent);
 }
 
 std::int16_t registerEvents2TL(TLStatusEvent statusEvent, TLErrorEvent errorEvent,
                                TLCashLevelEvent cashLevelEvent, TLCashSessionEvent cashSessionEvent,
                                char* message)
 {
-    return Call("registerEvents2TL",
-                registrationText("registerEvents2TL", statusEvent, errorEvent, cashLevelEvent,
-                                 cashSessionEvent),
-                message)
-        .run([&](std::string& text) {
-            return g_logic.registerEvents2(statusEvent, errorEvent, cashLevelEvent, cashSessionEvent, text);
-        });
+    return registrationCall("registerEvents2TL", &CTLLogics::registerEvents2, message, statusEvent,
+                            errorEvent, cashLevelEvent, cashSessionEvent);
 }
 
 std::int16_t registerEvents3TL(TLStatusEvent statusEvent, TLErrorEvent errorEvent,
                                TLLevelWarningEvent levelWarningEvent, TLCashSessionEvent cashSessionEvent,
                                char* message)
 {
-    return Call("registerEvents3TL",
-                registrationText("registerEvents3TL", statusEvent, errorEvent, levelWarningEvent,
-                                 cashSessionEvent),
-                message)
-        .run([&](std::string& text) {
-            return g_logic.registerEvents3(statusEvent, errorEvent, levelWarningEvent, cashSessionEvent,
-                                           text);
-        });
+    return registrationCall("registerEvents3TL", &CTLLogics::registerEvents3, message, statusEvent,
+                            errorEvent, levelWarningEvent, cashSessionEvent);
 }
 
 std::int16_t registerEvents4TL(TLStatusEvent statusEvent, TLErrorEvent errorEvent,
                                TLLevelWarningEvent levelWarningEvent, TLInformationEvent informationEvent,
                                TLCashSessionEvent cashSessionEvent, char* message)
 {
-    return Call("registerEvents4TL",
-                registrationText("registerEvents4TL", statusEvent, errorEvent, levelWarningEvent,
-                                 informationEvent, cashSessionEvent),
-                message)
-        .run([&](std::string& text) {
-            return g_logic.registerEvents4(statusEvent, errorEvent, levelWarningEvent, informationEvent,
-                                           cashSessionEvent, text);
-        });
+    return registrationCall("registerEvents4TL", &CTLLogics::registerEvents4, message, statusEvent,
+                            errorEvent, levelWarningEvent, informationEvent, cashSessionEvent);
 }
 
 std::int16_t registerEvents23TL(TLStatusEvent statusEvent, TLErrorEvent errorEvent,
                                 TLCashLevelEvent cashLevelEvent, TLLevelWarningEvent levelWarningEvent,
                                 TLCashSessionEvent cashSessionEvent, char* message)
 {
-    return Call("registerEvents23TL",
-                registrationText("registerEvents23TL", statusEvent, errorEvent, cashLevelEvent,
-                                 levelWarningEvent, cashSessionEvent),
-                message)
-        .run([&](std::string& text) {
-            return g_logic.registerEvents23(statusEvent, errorEvent, cashLevelEvent, levelWarningEvent,
-                                            cashSessionEvent, text);
-        });
+    return registrationCall("registerEvents23TL", &CTLLogics::registerEvents23, message, statusEvent,
+                            errorEvent, cashLevelEvent, levelWarningEvent, cashSessionEvent);
 }
 
 std::int16_t registerHwndTL(TLWindowHandle hwndMessageTo, char* message)

@@ -120,6 +120,9 @@ private:
     /// At every way out of a pay-out that went as far as the device.
     void endOnePayOutSettings();
 
+    template <typename... Others>
+    Refusal registerFamily(const Operation& op, std::string& message, TLStatusEvent status,
+                           TLErrorEvent error, Others... others);
     std::int16_t registerBasicEvents(TLStatusEvent status, TLErrorEvent error, std::string& message);
 
     std::int16_t queryCommandSet(std::string& message);
@@ -139,8 +142,8 @@ private:
 
     // What dispense and payout share.
     bool mustAskFirst(const Operation& op, std::int32_t amount, const char* toPay) const;
-    std::int16_t askBeforePaying(const Operation& op, std::int32_t amount, std::int32_t& amountRest,
-                                 std::string& message);
+    Refusal askBeforePaying(const Operation& op, std::int32_t amount, std::int32_t& amountRest,
+                            std::string& message);
     std::optional<PayOutLimit> purgeForLimit(const Operation& op);
     void addToPaidOutList(const Operation& op, std::int32_t amount);
     void markLowLevelPending(const Operation& op) const;

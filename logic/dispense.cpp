@@ -29,10 +29,8 @@ std::int16_t CTLLogics::dispense(std::int32_t amountDispense, const std::string&
         return *refusal;
 
     if (mustAskFirst(op, amountDispense, "dispense")) {
-        op.info("Performing askPayout prior to dispense");
-        if (const std::int16_t asked = askBeforePaying(op, amountDispense, amountRest, message);
-            asked != TL_STATUS_OK)
-            return asked;
+        if (const auto refusal = askBeforePaying(op, amountDispense, amountRest, message))
+            return *refusal;
     }
     if (const auto limit = purgeForLimit(op)) {
         const std::int32_t sum = m_paidOutList.sum();

@@ -49,10 +49,8 @@ std::int16_t CTLLogics::payout(std::int32_t amountDispense, std::int32_t amountD
     if (const auto refusal = op.needsState("Payout", {STATE_PAYIN_ENABLED}))
         return *refusal;
     if (askFirst) {
-        op.info("Performing askPayout prior to payout");
-        if (const std::int16_t asked = askBeforePaying(op, amountDispense, amountRest, message);
-            asked != TL_STATUS_OK)
-            return asked;
+        if (const auto refusal = askBeforePaying(op, amountDispense, amountRest, message))
+            return *refusal;
     }
     if (const auto limit = purgeForLimit(op)) {
         const std::int32_t sum = m_paidOutList.sum();

@@ -31,12 +31,14 @@ bool CTLLogics::mustAskFirst(const Operation& op, std::int32_t amount, const cha
     return true;
 }
 
-std::int16_t CTLLogics::askBeforePaying(const Operation& op, std::int32_t amount, std::int32_t& amountRest,
-                                        std::string& message)
+Refusal CTLLogics::askBeforePaying(const Operation& op, std::int32_t amount, std::int32_t& amountRest,
+                                   std::string& message)
 {
+    op.info(compose("Performing askPayout prior to ", op.name()));
     const std::int16_t result = askPayout(amount, amountRest, message);
-    if (result != TL_STATUS_OK)
-        logLineTwice(op.failureLine("askPayout", result), LOG_FAILURE, LOG_FILE_LOGIC, LOG_FILE_ERROR);
+    if (result == TL_STATUS_OK)
+        return std::nullopt;
+    logLineTwice(op.failureLine("askPayout", result), LOG_FAILURE, LOG_FILE_LOGIC, LOG_FILE_ERROR);
     return result;
 }
 

@@ -6,25 +6,21 @@
 #include "events/event_slots.h"
 #include "logic/operation.h"
 
-namespace {
-
 /// What all members of the family do first: no callback may be missing, and the basic two are stored.
-template <typename RegisterBasic, typename... Callbacks>
-Refusal registerFamily(const Operation& op, RegisterBasic registerBasic, const std::string& message,
-                       Callbacks... callbacks)
+template <typename... Others>
+Refusal CTLLogics::registerFamily(const Operation& op, std::string& message, TLStatusEvent status,
+                                  TLErrorEvent error, Others... others)
 {
     op.enter(compose("CTLLogics::", op.name(), "()"));
-    if (((callbacks == nullptr) || ...))
+    if (status == nullptr || error == nullptr || ((others == nullptr) || ...))
         return op.refuse(TL_STATUS_INPUT_PARAM_ERROR, "empty callbacks", "empty callbacks");
-    if (const std::int16_t result = registerBasic(); result != TL_STATUS_OK) {
-        logLineTwice(compose(op.name(), ": registerBasicEvents failed! Returning ", result, ": ", message),
-                     LOG_FAILURE, LOG_FILE_LOGIC, LOG_FILE_ERROR);
-        return result;
-    }
-    return std::nullopt;
+    const std::int16_t result = registerBasicEvents(status, error, message);
+    if (result == TL_STATUS_OK)
+        return std::nullopt;
+    logLineTwice(compose(op.name(), ": registerBasicEvents failed! Returning ", result, ": ", message),
+                 LOG_FAILURE, LOG_FILE_LOGIC, LOG_FILE_ERROR);
+    return result;
 }
-
-} // namespace
 
 std::int16_t CTLLogics::registerBasicEvents(TLStatusEvent status, TLErrorEvent error, std::string& message)
 {
@@ -43,8 +39,7 @@ std::int16_t CTLLogics::registerEvents(TLStatusEvent status, TLErrorEvent error,
                                        std::string& message)
 {
     const Operation op(*this, "registerEvents", message);
-    const auto basic = [&] { return registerBasicEvents(status, error, message); };
-    if (const auto refusal = registerFamily(op, basic, message, status, error, cashLevel))
+    if (const auto refusal = registerFamily(op, message, status, error, cashLevel))
         return *refusal;
     g_fnCashLevelEvent = cashLevel;
     return op.done();
@@ -54,8 +49,7 @@ std::int16_t CTLLogics::registerEvents2(TLStatusEvent status, TLErrorEvent error
                                         TLCashSessionEvent cashSession, std::string& message)
 {
     const Operation op(*this, "registerEvents2", message);
-    const auto basic = [&] { return registerBasicEvents(status, error, message); };
-    if (const auto refusal = registerFamily(op, basic, message, status, error, cashLevel, cashSession))
+    if (const auto refusal = registerFamily(op, message, status, error, cashLevel, cashSession))
         return *refusal;
     g_fnCashLevelEvent = cashLevel;
     g_fnCashSessionEvent = cashSession;
@@ -67,8 +61,7 @@ std::int16_t CTLLogics::registerEvents3(TLStatusEvent status, TLErrorEvent error
                                         std::string& message)
 {
     const Operation op(*this, "registerEvents3", message);
-    const auto basic = [&] { return registerBasicEvents(status, error, message); };
-    if (const auto refusal = registerFamily(op, basic, message, status, error, levelWarning, cashSession))
+    if (const auto refusal = registerFamily(op, message, status, error, levelWarning, cashSession))
         return *refusal;
     g_fnLevelWarningEvent = levelWarning;
     g_fnCashSessionEvent = cashSession;
@@ -80,9 +73,8 @@ std::int16_t CTLLogics::registerEvents4(TLStatusEvent status, TLErrorEvent error
                                         TLCashSessionEvent cashSession, std::string& message)
 {
     const Operation op(*this, "registerEvents4", message);
-    const auto basic = [&] { return registerBasicEvents(status, error, message); };
     if (const auto refusal =
-            registerFamily(op, basic, message, status, error, levelWarning, information, cashSession))
+            registerFamily(op, message, status, error, levelWarning, information, cashSession))
         return *refusal;
     g_fnLevelWarningEvent = levelWarning;
     g_fnInformationEvent = information;
@@ -95,9 +87,7 @@ std::int16_t CTLLogics::registerEvents23(TLStatusEvent status, TLErrorEvent erro
                                          std::string& message)
 {
     const Operation op(*this, "registerEvents23", message);
-    const auto basic = [&] { return registerBasicEvents(status, error, message); };
-    if (const auto refusal =
-            registerFamily(op, basic, message, status, error, cashLevel, levelWarning, cashSession))
+    if (const auto refusal = registerFamily(op, message, status, error, cashLevel, levelWarning, cashSession))
         return *refusal;
     g_fnCashLevelEvent = cashLevel;
     g_fnLevelWarningEvent = levelWarning;

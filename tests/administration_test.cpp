@@ -112,27 +112,10 @@ TEST_F(Administration, ACountThatNeverEndsSpoilsTheNextOne)
     device.on("j").says(10, "j50:1;1000:2.");
     EXPECT_EQ("0 Done 100:5,50:1;1000:2", count());
     EXPECT_EQ("0 Done 50:1;1000:2", count());
-}
-
-TEST_F(Administration, CountsInAnyStateAndLogsEachStep)
-{
-    init();
-    device.on("i").answers("2");
-    Records got;
-    EXPECT_EQ("2 Error", call(completeCashCountTL, &got.coins, &got.nCoins, &got.notes, &got.nNotes));
-    EXPECT_EQ(-1, got.nCoins);
-    EXPECT_EQ(
-        (Texts{
-            "=> CTLLogics::completeCashCount()", "-> I",
-            "!! CTLLogics::completeCashCount: COstrivane::reset failed, return code = 2, message = Error"}),
-        logicLog());
-    device.on("i").says(10, "j1:1;2:2.");
-    EXPECT_EQ("0 Done", call(completeCashCountTL, nullptr, nullptr, nullptr, nullptr));
-    // An error that stands already ends the wait, after the command has gone out.
-    device.say(head('a', 0, 2));
-    device.sent();
-    EXPECT_EQ("2 Tellarion has error(s) no arrays", count());
-    EXPECT_EQ("j", device.sentLetters());
+    device.on("j").answers("2");
+    EXPECT_EQ("2 Error no arrays", count());
+    EXPECT_EQ(1,
+              countOf("cashCount: COstrivane::reset failed, return code = 2, message = Error", errorLog()));
 }
 
 TEST_F(Administration, EachOperationRunsInItsStatesAndModes)

@@ -64,21 +64,6 @@ TEST_F(Decoder, LongMessagesMayNotEndInsideTheirHead)
     EXPECT_EQ(DEVICE_READY, g_nLastCallbackStatus);
 }
 
-TEST_F(Decoder, AmountsAreReadAsFarAsTheyAreNumbers)
-{
-    open();
-    happened();
-    const std::vector<std::pair<const char*, int>> rows{
-        {"a000012x001", 12}, {"a0000000001", 0},        {"a     12301", 123},
-        {"a+000001201", 12}, {"a9999999901", 99999999},
-    };
-    for (const auto& [message, amount] : rows) {
-        device.say(message);
-        EXPECT_EQ(amount, g_nAmountPaidIn) << message;
-        EXPECT_EQ(Texts{compose("status ", amount, " 0 1")}, happened());
-    }
-}
-
 TEST_F(Decoder, WhichMessagesMoveTheState)
 {
     struct Row {

@@ -57,8 +57,7 @@ TEST_F(Events, LevelTextsAsNumbersAndWords)
         {2, "03 10,50 SEK", "1000 3", "2 Low 10,50 10,50 Low (3 Left)"},
         {2, "100 SEK  ", "10000 999", "3 High 100 100 High ( SEK)"},
         {0, "100 SEK", "100 999", "3 High 100 100 High ( SEK)"},
-        {-1, "05 7 ", "7 5", "2 Low 7 7 Low (5 Left)"},
-    };
+        {-1, "05 7 ", "7 5", "2 Low 7 7 Low (5 Left)"}};
     open();
     for (const auto& [decimals, text, level, warning] : rows) {
         g_nCurrencyDecimals = decimals;
@@ -79,25 +78,6 @@ TEST_F(Events, LevelTextsThatCannotBeReadAreAWarningStill)
         EXPECT_EQ(LOW_LEVEL_WARNING_TRUE, g_nCurrentLowLevelWarningState) << text;
     }
     EXPECT_EQ(3, countOf("!! getCashLevels: strNumberOf conversion failed", errorLog()));
-}
-
-TEST_F(Events, SessionAndErrorTexts)
-{
-    const std::vector<std::tuple<int, std::string, std::string>> rows{
-        // status, text, the event as it begins
-        {0, "BO/RF000012xx9", "session 1 12 "}, {0, "CR/WD", "session 2 0 "},
-        {0, "CR/RF-0000005", "session 3 -5 "},  {2, "A jam at place 5", "error 5 "},
-        {2, "A jam at place00", "error 0 "},    {2, "A jam at place", "error 0 "},
-        {2, "A jam at placexx", "error 0 "},    {2, "A jam at place-5", "error 0 "},
-    };
-    open();
-    for (const auto& [status, text, event] : rows)
-        EXPECT_EQ(event + text + (status == 2 ? " ErrorInfo Not set" : ""), of(text, status).back());
-    EXPECT_EQ(1, countOf("!! getErrorCode: wrong message length: A jam at place", errorLog()));
-    for (const char* const text : {"Tell", "XY/WD00000001"}) {
-        EXPECT_EQ(Texts{}, of(text));
-        EXPECT_EQ(Texts{"!! getSessionInfo: Unknown infoType"}, errorLog());
-    }
 }
 
 TEST_F(Events, TextsAreCutToTheRoomThatTheyHaveAndWholeInTheLog)
@@ -127,8 +107,7 @@ TEST_F(Events, FilterSilencesADenominationFromItsDateOn)
         {"20261122:2000,20991231:10000,20261122:10000x", true},
         {"20261122", false},
         {"20261122:10000,", true},
-        {"20261122:,20261122:10000", true},
-    };
+        {"20261122:,20261122:10000", true}};
     for (const auto& [filter, filtered] : rows) {
         ASSERT_EQ("0 Done", call(changeSettingsTL, compose("LevelWarningFilter:", filter).c_str(), 0));
         g_nCurrentLowLevelWarningState = LOW_LEVEL_WARNING_FALSE;

@@ -15,16 +15,7 @@ namespace fs = std::filesystem;
 
 const fs::path ROOT = TLLOGICS_SOURCE_DIR;
 
-class Language : public Till {
-protected:
-    /// Another initTL finds nothing to read.
-    void expectDefaults()
-    {
-        registerEvents();
-        EXPECT_EQ("0 Done", call(initTL, "Type:RS232;Name:COM7;", ""));
-        EXPECT_EQ(19, countOf("(default value)", logicLog()));
-    }
-};
+class Language : public Till {};
 
 TEST_F(Language, TranslatesWhatReachesTheApplicationAndNotTheLog)
 {
@@ -64,13 +55,6 @@ TEST_F(Language, SearchesItsPlacesInOrder)
     EXPECT_EQ("0 there", call(registerHwndTL, nobody));
 }
 
-TEST_F(Language, SurvivesFilesThatAreNone)
-{
-    fs::create_directory(scratch::path("tllang.ini"));
-    fs::create_directory(scratch::path("tllogics.ini"));
-    expectDefaults();
-}
-
 TEST_F(Language, TakesNoHugeFiles)
 {
     for (const char* const name : {"tllang.ini", "tllogics.ini"}) {
@@ -79,7 +63,9 @@ TEST_F(Language, TakesNoHugeFiles)
             content += "[x]\n";
         scratch::write(name, content);
     }
-    expectDefaults();
+    registerEvents();
+    EXPECT_EQ("0 Done", call(initTL, "Type:RS232;Name:COM7;", ""));
+    EXPECT_EQ(19, countOf("(default value)", logicLog()));
 }
 
 TEST(IniFile, TheFirstDelimiterOfALineDecides)

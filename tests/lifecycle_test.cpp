@@ -73,9 +73,6 @@ TEST_F(Lifecycle, TheDoorOfEveryExport)
     refuses("resetTL(message)", resetTL);
     refusesNulls("initTL(, , message)", initTL);
     refusesNulls("registerEventsTL(NULL, NULL, NULL, message)", registerEventsTL);
-    refusesNulls("registerEvents2TL(NULL, NULL, NULL, NULL, message)", registerEvents2TL);
-    refusesNulls("registerEvents3TL(NULL, NULL, NULL, NULL, message)", registerEvents3TL);
-    refusesNulls("registerEvents4TL(NULL, NULL, NULL, NULL, NULL, message)", registerEvents4TL);
     refusesNulls("registerEvents23TL(NULL, NULL, NULL, NULL, NULL, message)", registerEvents23TL);
     refusesNulls("registerHwndTL(hwndMessageTo, message) called from ActiveX API", registerHwndTL);
     EXPECT_STREQ("", text); // infoTL clears what it hands out
@@ -93,20 +90,15 @@ TEST_F(Lifecycle, OtherNullPointersInTheirOrder)
     const std::vector<std::pair<std::string, std::function<std::string()>>> rows{
         {"open", [] { return call(isOpenTL, nullptr); }},
         {"level", [] { return call(infoTL, nullptr, nullptr, nullptr, nullptr); }},
-        {"master", [&] { return call(infoTL, &level, t, nullptr, nullptr); }},
         {"info", [&] { return call(infoTL, &level, t, t, nullptr); }},
         {"amountRest", [] { return call(askPayout2TL, 1, nullptr); }},
-        {"amountRest", [] { return call(payout2TL, 1, 1, nullptr, nullptr); }},
         {"amountRest", [] { return call(amountDueTL, 1, nullptr, nullptr); }},
         // These have no message; the last parameter is a text to hand out.
         {"extInfo", [] { return std::to_string(getCashLevelInfoTL(nullptr)); }},
-        {"extInfo", [] { return std::to_string(getCashSessionInfoTL(nullptr)); }},
         {"errorText", [] { return call(getErrorInfoTL, nullptr); }},
         {"extInfo", [=] { return std::to_string(getErrorInfoTL(t, nullptr)); }},
         {"warningType", [&] { return call(getLevelWarningInfoTL, &zero, nullptr, nullptr, nullptr); }},
         {"chTypeString", [&] { return call(getLevelWarningInfoTL, &type, nullptr, nullptr, nullptr); }},
-        {"chDenominationString", [&] { return call(getLevelWarningInfoTL, &type, t, nullptr, nullptr); }},
-        {"chWarningMessage", [&] { return call(getLevelWarningInfoTL, &type, t, t, nullptr); }},
         {"extInfo", [&] { return std::to_string(getLevelWarningInfoTL(&type, t, t, t, nullptr)); }},
     };
     for (const auto& [parameter, withNull] : rows) {
@@ -220,15 +212,6 @@ TEST_F(Lifecycle, ALinkThatCannotBeOpened)
     EXPECT_EQ("0 Done", initialize()); // as soon as it can
 }
 
-TEST_F(Lifecycle, MessagesMayComeBeforeTheLinkIsReady)
-{
-    ostrivane().onOpening = [] { ostrivane().deliver(head('a', 0, 0)); };
-    registerEvents();
-    EXPECT_EQ("0 Done", initialize());
-    EXPECT_EQ(Texts{"status 0 0 1"}, happened());
-    EXPECT_EQ(STATE_LOGGED_OUT, g_TLState);
-}
-
 TEST_F(Lifecycle, ExitLeavesOneReferenceAndForgetsTheEvents)
 {
     openLong();
@@ -267,16 +250,4 @@ TEST_F(Lifecycle, ExitInsideAnEventKeepsTheLibrary)
     EXPECT_EQ(1, countOf("NOT calling freeTheComLibrary since", logicLog()));
     open();
     EXPECT_EQ("0 Done", call(enablePayinTL));
-}
-
-TEST_F(Lifecycle, AnExitThatFailsCanBeRepeated)
-{
-    open();
-    ostrivane().canBeFreed = false;
-    EXPECT_EQ("2 Failed to free library", call(exitTL));
-    EXPECT_EQ(STATE_PAYIN_ENABLED, g_TLState);
-    EXPECT_EQ("0 Done", call(enablePayinTL));
-    EXPECT_EQ(1, countOf("Exit failed, return code = 2, message = Failed to free library", errorLog()));
-    ostrivane().canBeFreed = true;
-    EXPECT_EQ("0 Done", call(exitTL));
 }

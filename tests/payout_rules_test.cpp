@@ -191,20 +191,6 @@ TEST_F(PayoutRules, MoneyThatIsKeptMakesRoom)
     EXPECT_EQ(1, countOf("(1000 + (2100 - 100) > 1000)", errorLog()));
 }
 
-TEST_F(PayoutRules, LevelWarningsDecideAboutTheNextAsk)
-{
-    open("PayOutOkCheck:1;");
-    EXPECT_EQ(LOW_LEVEL_WARNING_TRUE, g_nCurrentLowLevelWarningState); // after a login
-    EXPECT_EQ("0 Done", payout(0));
-    EXPECT_EQ(LOW_LEVEL_WARNING_FALSE, g_nCurrentLowLevelWarningState);
-    for (const auto& [text, low] : {std::pair{"05 100 SEK", 3}, {"100 SEK", 0}, {"00 x", 3}, {"9,", 3}}) {
-        g_nCurrentLowLevelWarningState = LOW_LEVEL_WARNING_FALSE;
-        device.on("f").says(10, head('a', 0, 1)).says(20, head('a', 0, 0)).says(20, head('b', 0, 0, 1, text));
-        EXPECT_EQ("0 Done", payout(0));
-        EXPECT_EQ(low, g_nCurrentLowLevelWarningState) << text;
-    }
-}
-
 TEST_F(PayoutRules, WhatEachOperationSendsAndWhetherStatusEventsWaitMeanwhile)
 {
     struct Row {

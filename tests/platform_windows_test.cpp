@@ -1,6 +1,5 @@
-// The platform layer on Windows: the library's own file and the post to a window.
+// The platform layer on Windows: the library's own file, and log files.
 #include "platform/files.h"
-#include "platform/messages.h"
 #include "platform/modules.h"
 #include "scratch.h"
 
@@ -20,21 +19,6 @@ TEST(PlatformWindowsModules, PathAndVersionAreThoseOfTheLoadedFile)
     EXPECT_EQ(platform::ownModuleVersion("tllogics.dll"), TLLOGICS_VERSION_TEXT);
     EXPECT_TRUE(platform::freeModule(library));
     EXPECT_EQ(platform::ownModulePath("tllogics.dll"), "");
-}
-
-TEST(PlatformWindowsMessages, APostArrivesWhole)
-{
-    const HWND window =
-        CreateWindowExA(0, "STATIC", "", 0, 0, 0, 0, 0, HWND_MESSAGE, nullptr, nullptr, nullptr);
-    ASSERT_NE(window, nullptr);
-    const std::uint32_t number = platform::registerWindowMessage("WM_TL_CALLBACK_STATUS");
-    platform::postWindowMessage(window, number, 0x8000000000000001U, -2);
-    MSG message{};
-    ASSERT_TRUE(PeekMessageA(&message, window, number, number, PM_REMOVE));
-    EXPECT_EQ(message.wParam, 0x8000000000000001U);
-    EXPECT_EQ(message.lParam, -2);
-    DestroyWindow(window);
-    platform::postWindowMessage(window, number, 0, 0);
 }
 
 TEST(PlatformWindowsFiles, LogFilesAreSharedAndReadOnlyOnesBecomeWritable)

@@ -167,19 +167,3 @@ TEST_F(Refusals, StateDecides)
         }
     }
 }
-
-TEST_F(Refusals, DeviceOfTheNewerKindMayDisablePayinInError)
-{
-    openLong();
-    device.on("g").answers("2");
-    device.say(head('a', 0, 2));
-    EXPECT_EQ("2 Tellarion has error(s)", call(enablePayinTL));
-    EXPECT_EQ("0 Done", call(resetTL)); // every device may be reset in error
-    EXPECT_EQ("0 Done", call(disablePayinTL));
-    EXPECT_EQ(STATE_PAYIN_DISABLED, g_TLState);
-    EXPECT_EQ("eg", device.sentLetters());
-
-    g_nLastCallbackStatus = DEVICE_BUSY; // and turns to error at the gate
-    device.sayAfter(50, head('a', 0, 2));
-    EXPECT_EQ("0 Done", call(disablePayinTL));
-}

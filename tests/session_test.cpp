@@ -84,16 +84,6 @@ TEST_F(Session, AQueryThatFailsDoesNotStopALogin)
     EXPECT_EQ("0 Done", call(enablePayinTL));
 }
 
-TEST_F(Session, ALegacySystemIsNotAskedAndNotDisabled)
-{
-    open("LegacySystem:1;AutoDisable:1;");
-    g_TLState = STATE_LOGGED_OUT;
-    EXPECT_EQ("0 Done", call(loginTL, 7, 5));
-    EXPECT_EQ("a", device.sentLetters());
-    EXPECT_EQ("0 Done 0 ABCDEF  ", info());
-    EXPECT_EQ("12 Not Supported", call(disablePayinTL));
-}
-
 TEST_F(Session, AutoDisableEndsALoginAndItsFailureIsOnlyLogged)
 {
     init("AutoDisable:1;");
@@ -137,20 +127,6 @@ TEST_F(Session, ALoginThatDoesNotOpenIsGivenUp)
     init();
     device.on("a");
     EXPECT_EQ("13 Failed to comply", call(loginTL, 7, 5));
-}
-
-TEST_F(Session, AnErrorBeforeALoginIsOvercomeByIt)
-{
-    open();
-    for (const auto& [status, state] : {std::pair{0, 2}, {3, 3}}) {
-        device.say(head('a', 0, 2, 0));
-        device.on("a").says(5, head('a', 0, status));
-        EXPECT_EQ("0 Done", call(loginTL, 7, 5));
-        EXPECT_EQ(state, g_TLState);
-    }
-    device.say(head('a', 0, 0));
-    device.on("a").says(5, head('a', 0, 0, 3)).says(50, head('a', 0, 2, 3));
-    EXPECT_EQ("2 Tellarion has error(s)", call(loginTL, 7, 5));
 }
 
 TEST_F(Session, RefusedLoginsAndLogoutsPassTheAnswerOn)

@@ -74,8 +74,7 @@ TEST_F(StartUp, ValuesOfAFile)
         {"RegretOkCheck", "0 (from ini file)"}, {"StatusOkTimeout", "-7 (from ini file)"},
         {"LegacySystem", "0 (from ini file)"},  {"LevelWarningFilter", "20260101:100 (from ini file)"},
         {"LogDebug", "0 (from ini file)"},      {"LogCRToCAPI", "1 (from ini file)"},
-        {"LogCAPIToCR", "0 (from ini file)"},   {"LogComToCAPI", "1 (default value)"},
-    };
+        {"LogCAPIToCR", "0 (from ini file)"},   {"LogComToCAPI", "1 (default value)"}};
     for (const auto& [key, value] : rows)
         EXPECT_EQ(value, found(reading + key, lines)) << key;
     EXPECT_EQ(1, countOf("Setting new ChangeOkCheck: 3", lines)); // over the file
@@ -135,26 +134,6 @@ TEST(TaggedText, Tags)
         EXPECT_EQ(value, getSettingsTag(tag, text, errorText)) << text;
         EXPECT_EQ(error, errorText) << text;
     }
-}
-
-TEST(TaggedText, Numbers)
-{
-    const std::vector<std::pair<const char*, std::int32_t>> rows{
-        {"", -1},
-        {"0000", 0},
-        {"007", 7},
-        {"12abc", 12},
-        {"abc", -1},
-        {"0a", -1},
-        {"-5", -5},
-        {"-0", -1},
-        {"2147483648", 2147483647},
-        {"-99999999999", -2147483647 - 1},
-    };
-    std::string errorText;
-    for (const auto& [text, value] : rows)
-        EXPECT_EQ(value, stringToInt(text, errorText)) << text;
-    EXPECT_EQ("stringToInt: Non-zero string value, Ok", errorText);
 }
 
 TEST_F(SettingsChange, RefusesInOrder)

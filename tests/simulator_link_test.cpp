@@ -80,21 +80,6 @@ TEST_F(SimulatorLink, DeliversInOrderAndOneAtATime)
     EXPECT_TRUE(std::is_sorted(messages.begin(), messages.end()));
 }
 
-TEST_F(SimulatorLink, CommandsMayBeSentFromInsideACallback)
-{
-    reaction = [&, paid = false](const std::string&) mutable {
-        if (paid)
-            return;
-        paid = true;
-        insert(10000);
-        EXPECT_EQ('0', send("f|00003000|00010000"));
-    };
-    ASSERT_EQ(0, open());
-    send("a|01|02|1200");
-    waitFor(4);
-    EXPECT_EQ((Texts{"a0000000001", "a0001000001", "a0001000011", "a0000000001"}), messages);
-}
-
 TEST_F(SimulatorLink, ClosingInsideACallbackEndsTheMessages)
 {
     reaction = [&](const std::string& message) {

@@ -83,67 +83,6 @@ TEST(SimulatorMoney, MakesUpEveryAmountThatCanBeMade)
     EXPECT_EQ(largestAmount, valueOf(makeUp(largestAmount, many)));
 }
 
-TEST(SimulatorModel, RefusesByFormAndByState)
-{
-    Desk desk(parseSettings(R"({"commands": "ABCDEFGHJKLMNPQRX", "refuse": {"h": "Z"}})"));
-    desk.expectStatus('2',
-                      "o A a a|7|05|1405 a2026010212345XX a20260102123404ABC b| c|500 c|0000050x "
-                      "c|000000500 c|00000500|id|more d|-0000500 e e|0 e|5 f|00000000 g|1 k|3 l|00000001| "
-                      "m|0100:1.|# m|3100:1;.|# m|0100:x;.|# m|0100:1;. n|1 n|0# p|# q| q|x r x|2026 v|");
-    desk.expectStatus('Z', "h");
-    EXPECT_TRUE(desk.pass(1000).empty());
-
-    desk.expectStatus('2', "k|1"); // pay-in is open
-    desk.expectStatus('0', "c|00000100");
-    desk.expectStatus('1', "j b");
-    EXPECT_EQ(0, desk.insert(100));
-    desk.pass(3000);
-    desk.insert(100);
-    desk.run("g");
-    desk.expectStatus('2', "k|1 n|1# p||# q|0 r|1"); // money is paid in
-    desk.run("e|4");
-    desk.run("k|1");
-    desk.expectStatus('2', "c|00000100 f|00000000|00000000 e|1");
-    desk.device.loggedOut();
-    desk.expectStatus('3', "b c|00000100 e|3 j");
-}
-
-TEST(SimulatorModel, SaleGoesBusyAndBackToReadyInItsTime)
-{
-    Desk desk;
-    EXPECT_EQ(10000, desk.insert(10000));
-    EXPECT_EQ(4000, desk.insert(2000, 2));
-    EXPECT_EQ((Texts{"a0001000001", "a0001400001"}), desk.pass(100));
-    // Of the 14000 only 12000 are kept, and 0,50 is not to be had.
-    desk.expectStatus('0', "f|00006550|00012000|id");
-    EXPECT_TRUE(desk.pass(19).empty());
-    EXPECT_EQ(Texts{"a0001400011"}, desk.pass(1));
-    desk.expectStatus('1', "j");
-    EXPECT_EQ((Texts{"c0000005011", "b0000000011Tellarion no change", "a0000000001"}), desk.pass(600));
-    EXPECT_EQ((Pieces{{500, 1}, {1000, 1}, {2000, 1}, {5000, 1}}), desk.device.takePaidOut());
-}
-
-TEST(SimulatorModel, GivesPaidInMoneyBackInEveryWay)
-{
-    Desk desk;
-    desk.device.setStuck(50000, 100);
-    const std::vector<std::tuple<std::vector<Amount>, const char*, Pieces>> cases = {
-        {{5000, 2000, 2000, 100}, "e|2", {{2000, 1}}}, // the last note
-        {{}, "e|4", {{100, 1}, {2000, 1}, {5000, 1}}},
-        {{500, 500}, "e|2", {}}, // no note there
-        {{}, "f|00000000|00000000|regretAll", {{500, 2}}},
-        {{10000}, "e|1", {{5000, 2}}},
-        {{100}, "e|1", {{100, 1}}},                 // nothing smaller is there
-        {{50000}, "e|4", {{10000, 1}, {20000, 2}}}, // the very note is stuck
-    };
-    for (const auto& [in, command, out] : cases) {
-        for (const Amount denomination : in)
-            desk.insert(denomination);
-        desk.run(command);
-        EXPECT_EQ(out, desk.device.takePaidOut()) << command;
-    }
-}
-
 TEST(SimulatorModel, AnswersASessionWithTheseMessages)
 {
     Desk desk(parseSettings(R"({"partSize": 9, "drawer": [
@@ -176,40 +115,6 @@ TEST(SimulatorModel, AnswersASessionWithTheseMessages)
     for (const auto& [command, messages] : steps)
         EXPECT_EQ(messages, desk.run(command)) << command;
     EXPECT_EQ(7050, valueOf(desk.device.takeCollected()));
-}
-
-TEST(SimulatorModel, ErrorStopsWorkHalfWay)
-{
-    Desk desk;
-    desk.insert(10000, 2);
-    desk.pass(100);
-    desk.expectStatus('0', "e|4");
-    desk.pass(20 + 200);
-    desk.device.fail(1, desk.now);
-    EXPECT_EQ(10000, desk.device.paidIn()); // one of the two was given back
-    EXPECT_EQ("b0001000021Device error: 01 note path jammed", desk.pass(1000).back());
-    desk.expectStatus('2', "c|00000100 a|07|05|1405");
-    EXPECT_EQ(Texts{"a0001000001"}, desk.run("e|3"));
-}
-
-TEST(SimulatorModel, WhatIsStuckIsClaimedLaterAndNamedOnce)
-{
-    Desk desk(parseSettings(R"({"drawer": [{"value": 100, "count": 8}]})"));
-    EXPECT_EQ(Texts{"j100:8;;."}, desk.run("j")); // an empty group stands in for the notes
-    desk.insert(100, 6);
-    desk.device.setStuck(100, 12);
-    desk.run("f|00000000|00000000");
-    EXPECT_EQ(400, desk.device.paidIn());
-    desk.device.setStuck(100, 2);
-    for (const char* command : {"e|4", "g", "k|1"})
-        desk.run(command);
-    desk.expectStatus('0', "q|0");
-    desk.pass(20 + 200);
-    desk.device.fail(1, desk.now);
-    desk.device.fail(2, desk.now); // nobody is told
-    EXPECT_EQ((Texts{"e0100:3;.~13", "e1100:5;.13", "b0000000013BO/WD00000300",
-                     "b0000000023Device error: 01 note path jammed"}),
-              desk.pass(1000));
 }
 
 TEST(SimulatorModel, MoneyAddsUpWhateverHappens)

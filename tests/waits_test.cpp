@@ -66,17 +66,6 @@ const Call dispense = [] {
 const Call change = [] { return g_nAmountPaidIn = 500, call(changeTL); };
 const Call regret = [] { return g_nAmountPaidIn = 500, call(regretTL, 0); };
 
-/// The level of what is known of the device after another login.
-std::string levelAfterLogin()
-{
-    g_TLState = STATE_LOGGED_OUT;
-    EXPECT_EQ("0 Done", login());
-    std::uint32_t level = 99;
-    std::array<char, 256> texts{};
-    call(infoTL, &level, texts.data(), texts.data(), texts.data());
-    return std::to_string(level);
-}
-
 const std::string stillBusy = "1 Tellarion is busy";
 const std::string hasError = "2 Tellarion has error(s)";
 const std::string timedOut = "6 Timed out";
@@ -97,7 +86,6 @@ const std::vector<Wait> waits{
          device.on("b").answers("10").says(milliseconds, closed);
      },
      logout, stillBusy},
-    {"query", 5000, answering("x", "x---reserved-17---0312ABC"), levelAfterLogin, "0", "1", 20},
     {"ask", 5000, answering("d", head('c', 0, 0)), ask, timedOut},
     {"total", 5000, answering("l", ready), [] { return call(informTotalAmountTL, 5); }, "6 Done"},
     {"login's mode", 5000, [](Device& device, int at) { loginThen(device, at, ready); }, login, timedOut,
@@ -197,25 +185,6 @@ TEST_F(Waits, ErrorsDoNotKeepALogoutFromClosing)
     EXPECT_EQ("0 Done", logout()); // busy, then error at the gate, and tried again all the same
     EXPECT_EQ("bb", device.sentLetters());
     EXPECT_EQ(STATE_LOGGED_OUT, g_TLState);
-}
-
-TEST_F(Waits, OkChecksAreMadeForTheValueOneAlone)
-{
-    for (const char* const value : {"0", "2"}) {
-        const auto settings =
-            compose("PayOutOkCheck:", value, ";ChangeOkCheck:", value, ";RegretOkCheck:", value);
-        ASSERT_EQ("0 Done", call(changeSettingsTL, settings.c_str(), 0));
-        standReady();
-        EXPECT_EQ("0 Done", payout());
-        EXPECT_EQ(DEVICE_BUSY, g_nLastCallbackStatus);
-        standReady();
-        EXPECT_EQ("0 Done", dispense());
-        EXPECT_EQ(DEVICE_BUSY, g_nLastCallbackStatus);
-        standReady();
-        EXPECT_EQ("0 Done", call(changeTL)); // nothing paid in: not even busy is waited for
-        EXPECT_EQ("0 Done", call(regretTL, 1));
-        EXPECT_EQ(DEVICE_READY, g_nLastCallbackStatus);
-    }
 }
 
 TEST_F(Waits, WhatWasPaidInWhenItBeganDecidesForChangeAndAfterTheGateForRegret)

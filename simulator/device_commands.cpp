@@ -45,7 +45,7 @@ bool DeviceModel::carryOut(const Command& command)
     case 'k':
         return switchAdminMode(command.number == 1);
     case 'l':
-        return announceTotal(command.amount);
+        return announceTotal();
     case 'm':
         return dispenseList(command.list);
     case 'n':
@@ -145,9 +145,9 @@ bool DeviceModel::openPayIn(bool open)
     return true;
 }
 
-bool DeviceModel::announceTotal(Amount amount)
+/// For a display that this device doesn't have.
+bool DeviceModel::announceTotal()
 {
-    m_announcedTotal = amount;
     postState();
     return true;
 }
@@ -329,13 +329,19 @@ bool DeviceModel::collect(const Pieces& wanted, RecordForm undoneForm)
     return true;
 }
 
+/// The answer of work that leaves nothing undone.
+void DeviceModel::postAllDone()
+{
+    postParts(recordMessages({}, {}, RecordForm::Whole, m_settings.partSize, statusDigit(), modeDigit()));
+    postState();
+}
+
 bool DeviceModel::endReplenish()
 {
     if (!m_admin)
         return false;
     const Amount replenished = std::exchange(m_replenished, 0);
-    postParts(recordMessages({}, {}, RecordForm::Whole, m_settings.partSize, statusDigit(), modeDigit()));
-    postState();
+    postAllDone();
     postSession("BO/RF", replenished);
     return true;
 }
@@ -344,8 +350,7 @@ bool DeviceModel::unlock()
 {
     if (!m_admin)
         return false;
-    postParts(recordMessages({}, {}, RecordForm::Whole, m_settings.partSize, statusDigit(), modeDigit()));
-    postState();
+    postAllDone();
     if (m_settings.sessionTexts)
         postReport({0, 0, "Tellarion unlocked"});
     return true;

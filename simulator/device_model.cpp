@@ -145,7 +145,6 @@ void DeviceModel::settle(Settlement settlement, const Pieces& out)
     if (settlement == Settlement::None)
         return;
     m_paidIn = settlement == Settlement::All ? 0 : m_paidIn - valueOf(out);
-    m_announcedTotal = 0;
     for (const Amount piece : largestFirst(out)) {
         const auto last = std::find(m_inserted.rbegin(), m_inserted.rend(), piece);
         if (last != m_inserted.rend())

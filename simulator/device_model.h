@@ -66,10 +66,6 @@ public:
     /// What the customer has paid in and is not yet settled.
     Amount paidIn() const { return m_paidIn; }
 
-    /// The sale's total as last announced.
-    Amount announcedTotal() const { return m_announcedTotal; }
-
-    bool isOpen() const { return m_open; }
     bool isBusy(Milliseconds now) const;
 
     /// Whether messages wait for their time.
@@ -115,7 +111,7 @@ private:
     bool logout();
     bool openPayIn(bool open);
     bool askPayOut(Amount amount);
-    bool announceTotal(Amount amount);
+    bool announceTotal();
     bool dispense(Amount amount);
     bool payOut(const Command& command);
     bool giveChange();
@@ -129,6 +125,7 @@ private:
     bool endReplenish();
     bool purge(int unitNumber);
     bool unlock();
+    void postAllDone();
 
     /// Has the device give "pieces" of the paid-in amount back, "wanted" being what it should have been.
     bool giveBack(const Pieces& pieces, Amount wanted);
@@ -169,7 +166,6 @@ private:
     Amount m_paidIn = 0;
     std::vector<Amount> m_inserted; // the pieces of m_paidIn, in the order in which they came
     Amount m_replenished = 0;       // since the last end of replenishing
-    Amount m_announcedTotal = 0;
 
     std::optional<Work> m_work;
     std::deque<Queued> m_queue;

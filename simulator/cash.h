@@ -14,7 +14,7 @@ namespace simulator {
 using Amount = std::int64_t;
 
 /// The most that eight digits hold.
-constexpr Amount largestAmount = 99'999'999;
+constexpr Amount LARGEST_AMOUNT = 99'999'999;
 
 enum class CashKind { Coin, Note };
 

@@ -11,11 +11,11 @@ namespace {
 /// the largest amount in the smallest steps needs a hundred million of them.
 class Reachable {
 public:
-    explicit Reachable(std::size_t limit) : m_limit(limit), m_words(limit / wordBits + 1) { m_words[0] = 1; }
+    explicit Reachable(std::size_t limit) : m_limit(limit), m_words(limit / WORD_BITS + 1) { m_words[0] = 1; }
 
     bool contains(std::size_t steps) const
     {
-        return (m_words[steps / wordBits] >> (steps % wordBits) & 1) != 0;
+        return (m_words[steps / WORD_BITS] >> (steps % WORD_BITS) & 1) != 0;
     }
 
     std::size_t largest() const
@@ -37,20 +37,20 @@ public:
     }
 
 private:
-    static constexpr std::size_t wordBits = 64;
+    static constexpr std::size_t WORD_BITS = 64;
 
     void addShifted(std::size_t steps)
     {
         if (steps > m_limit)
             return;
-        const std::size_t words = steps / wordBits;
-        const std::size_t bits = steps % wordBits;
+        const std::size_t words = steps / WORD_BITS;
+        const std::size_t bits = steps % WORD_BITS;
         // Downwards, so that a word is read before it is changed.
         for (std::size_t target = m_words.size(); target-- > words;) {
             const std::size_t source = target - words;
             std::uint64_t shifted = m_words[source] << bits;
             if (bits != 0 && source > 0)
-                shifted |= m_words[source - 1] >> (wordBits - bits);
+                shifted |= m_words[source - 1] >> (WORD_BITS - bits);
             m_words[target] |= shifted;
         }
     }

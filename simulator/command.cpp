@@ -11,11 +11,11 @@ using Fields = std::vector<std::string_view>;
 Fields splitFields(std::string_view text)
 {
     Fields fields;
-    std::size_t separator = text.find(fieldSeparator);
+    std::size_t separator = text.find(FIELD_SEPARATOR);
     while (separator != std::string_view::npos) {
         fields.push_back(text.substr(0, separator));
         text.remove_prefix(separator + 1);
-        separator = text.find(fieldSeparator);
+        separator = text.find(FIELD_SEPARATOR);
     }
     fields.push_back(text);
     return fields;
@@ -62,10 +62,10 @@ bool readMarkedId(std::string_view field, std::string& id)
 /// Date, hour, minute and the text behind its length.
 bool readLongLogin(std::string_view text, Command& command)
 {
-    constexpr std::size_t headLength = 15;
-    if (text.size() < headLength || !isDigits(text.substr(1, 8), 8) || !isDigits(text.substr(9, 6), 6))
+    constexpr std::size_t HEAD_LENGTH = 15;
+    if (text.size() < HEAD_LENGTH || !isDigits(text.substr(1, 8), 8) || !isDigits(text.substr(9, 6), 6))
         return false;
-    command.text = text.substr(headLength);
+    command.text = text.substr(HEAD_LENGTH);
     return command.text.size() == static_cast<std::size_t>(*parseNumber(text.substr(13, 2)));
 }
 

@@ -5,7 +5,7 @@
 
 namespace simulator {
 
-constexpr char fieldSeparator = '\x1c';
+constexpr char FIELD_SEPARATOR = '\x1c';
 
 struct Command {
     char letter = '\0';    // lower case

@@ -66,7 +66,7 @@ bool DeviceModel::carryOut(const Command& command)
 bool DeviceModel::tellCommands(const std::string& stamp)
 {
     m_longForm = false;
-    post("x" + stamp + m_settings.masterVersion + m_settings.commands, m_settings.messageGap);
+    post("x" + stamp + m_settings.masterVersion + m_settings.commands);
     return true;
 }
 
@@ -74,8 +74,7 @@ bool DeviceModel::tellVersion()
 {
     m_longForm = m_settings.versionKind == 1;
     post("v" + std::to_string(m_settings.versionKind) +
-             padded(static_cast<Amount>(m_settings.apiVersion.size()), 2) + m_settings.apiVersion,
-         m_settings.messageGap);
+         padded(static_cast<Amount>(m_settings.apiVersion.size()), 2) + m_settings.apiVersion);
     return true;
 }
 
@@ -83,7 +82,7 @@ bool DeviceModel::login()
 {
     m_error = 0;
     if (!m_settings.loginOpens) {
-        post(statusMessage('a', shownAmount(), statusDigit(), 2, {}, m_longForm), m_settings.messageGap);
+        post(statusMessage('a', shownAmount(), statusDigit(), 2, {}, m_longForm));
         return true;
     }
     if (!m_open)
@@ -180,14 +179,14 @@ bool DeviceModel::dispense(Amount amount)
 /// less "amount" in the end. If nothing is kept, what could not come out is still the customer's.
 bool DeviceModel::payOut(const Command& command)
 {
-    if (m_admin || command.deposit > m_paidIn)
+    if (m_admin || command.deposit > paidIn())
         return false;
     const bool nothingKept = command.amount == 0 && command.deposit == 0;
     if (nothingKept && command.text == "regretAll")
         return giveBackAll();
 
     Work work;
-    const Amount out = m_paidIn - command.deposit + command.amount;
+    const Amount out = paidIn() - command.deposit + command.amount;
     const Pieces pieces = nothingKept ? whatGivesBackAll() : makeUp(out, m_drawer.payable());
     work.pieces = largestFirst(pieces);
     work.rest = out - valueOf(pieces);
@@ -201,19 +200,20 @@ bool DeviceModel::payOut(const Command& command)
 bool DeviceModel::giveChange()
 {
     Pieces smaller = m_drawer.payable();
-    if (!m_inserted.empty())
-        smaller.erase(smaller.lower_bound(*std::max_element(m_inserted.begin(), m_inserted.end())),
+    if (!m_customerMoney.pieces().empty())
+        smaller.erase(smaller.lower_bound(*std::max_element(m_customerMoney.pieces().begin(),
+                                                            m_customerMoney.pieces().end())),
                       smaller.end());
-    const Pieces change = makeUp(m_paidIn, smaller);
-    return giveBack(valueOf(change) == m_paidIn ? change : whatGivesBackAll(), m_paidIn);
+    const Pieces change = makeUp(paidIn(), smaller);
+    return giveBack(valueOf(change) == paidIn() ? change : whatGivesBackAll(), paidIn());
 }
 
 bool DeviceModel::giveBackLastNote()
 {
-    const auto note = std::find_if(m_inserted.rbegin(), m_inserted.rend(), [&](Amount denomination) {
-        return m_drawer.find(denomination)->kind == CashKind::Note;
-    });
-    if (note == m_inserted.rend() || *note > m_paidIn)
+    const auto note = std::find_if(
+        m_customerMoney.pieces().rbegin(), m_customerMoney.pieces().rend(),
+        [&](Amount denomination) { return m_drawer.find(denomination)->kind == CashKind::Note; });
+    if (note == m_customerMoney.pieces().rend() || *note > paidIn())
         return giveBack({}, 0);
     const Pieces pieces{{*note, 1}};
     return giveBack(m_drawer.canMove(pieces) ? pieces : Pieces{}, *note);
@@ -221,14 +221,14 @@ bool DeviceModel::giveBackLastNote()
 
 bool DeviceModel::giveBackAll()
 {
-    return giveBack(whatGivesBackAll(), m_paidIn);
+    return giveBack(whatGivesBackAll(), paidIn());
 }
 
 bool DeviceModel::giveBack(const Pieces& pieces, Amount wanted)
 {
     if (m_admin)
         return false;
-    if (m_paidIn == 0) {
+    if (paidIn() == 0) {
         postState();
         return true;
     }
@@ -244,17 +244,17 @@ bool DeviceModel::giveBack(const Pieces& pieces, Amount wanted)
 /// The very pieces if they are still there, else any that make up the amount.
 Pieces DeviceModel::whatGivesBackAll() const
 {
-    const Pieces inserted = counted(m_inserted);
-    if (valueOf(inserted) == m_paidIn && m_drawer.canMove(inserted))
+    const Pieces inserted = counted(m_customerMoney.pieces());
+    if (valueOf(inserted) == paidIn() && m_drawer.canMove(inserted))
         return inserted;
-    return makeUp(m_paidIn, m_drawer.movable());
+    return makeUp(paidIn(), m_drawer.movable());
 }
 
 // ---- Administration ----
 
 bool DeviceModel::switchAdminMode(bool on)
 {
-    if (on && (m_payInOpen || m_paidIn > 0))
+    if (on && (m_payInOpen || paidIn() > 0))
         return false;
     m_admin = on;
     m_replenished = 0;

@@ -7,21 +7,21 @@ namespace simulator {
 
 namespace {
 
-constexpr char taken = '0';
-constexpr char busy = '1';
-constexpr char refused = '2';
-constexpr char closed = '3';
+constexpr char TAKEN = '0';
+constexpr char BUSY = '1';
+constexpr char REFUSED = '2';
+constexpr char CLOSED = '3';
 
 const char* answerWord(char status)
 {
     switch (status) {
-    case taken:
+    case TAKEN:
         return "Ok";
-    case busy:
+    case BUSY:
         return "Busy";
-    case refused:
+    case REFUSED:
         return "Error";
-    case closed:
+    case CLOSED:
         return "Closed";
     default:
         return "Refused";
@@ -47,34 +47,34 @@ DeviceModel::DeviceModel(Settings settings) : m_settings(std::move(settings)), m
 std::string DeviceModel::command(std::string_view text, Milliseconds now)
 {
     advance(now);
-    m_earliest = now + m_settings.answerDelay;
+    m_messages.setEarliest(now + m_settings.answerDelay);
     const std::string copy(text);
     const char status = answerTo(copy, now);
-    return {std::string{letterOf(copy), fieldSeparator, status} + answerWord(status)};
+    return {std::string{letterOf(copy), FIELD_SEPARATOR, status} + answerWord(status)};
 }
 
 char DeviceModel::answerTo(const std::string& text, Milliseconds now)
 {
     const char refusal = refusalOf(text, now);
-    if (refusal != taken || m_settings.silent.find(letterOf(text)) != std::string::npos)
+    if (refusal != TAKEN || m_settings.silent.find(letterOf(text)) != std::string::npos)
         return refusal;
     const auto command = parseCommand(text);
-    return command && carryOut(*command) ? taken : refused;
+    return command && carryOut(*command) ? TAKEN : REFUSED;
 }
 
 char DeviceModel::refusalOf(const std::string& text, Milliseconds now) const
 {
     const char letter = letterOf(text);
     if (m_settings.commands.find(upperCase(letter)) == std::string::npos)
-        return refused;
+        return REFUSED;
     if (const auto refusal = m_settings.refuse.find(letter); refusal != m_settings.refuse.end())
         return refusal->second;
     if (isBusy(now))
-        return busy;
+        return BUSY;
     if (hasError())
-        return isTakenInError(text) ? taken : refused;
+        return isTakenInError(text) ? TAKEN : REFUSED;
     const bool opensSession = letter == 'x' || letter == 'v' || letter == 'a';
-    return m_open || opensSession ? taken : closed;
+    return m_open || opensSession ? TAKEN : CLOSED;
 }
 
 bool DeviceModel::isTakenInError(const std::string& text) const
@@ -101,8 +101,7 @@ bool DeviceModel::isTakenInError(const std::string& text) const
 void DeviceModel::startWork(Work work)
 {
     m_work = std::move(work);
-    postState();
-    m_work->start = *m_lastDue;
+    m_work->start = postState();
     m_work->end = m_work->start + m_settings.payOutTime;
 }
 
@@ -123,7 +122,7 @@ void DeviceModel::endWork(std::size_t piecesOut)
     } else {
         postRest(m_work->rest + valueOf(left));
     }
-    if (m_work->sessionPrefix)
+    if (m_work->sessionPrefix != nullptr)
         postSession(m_work->sessionPrefix, valueOf(out));
     postLevels(m_drawer.newLevels());
     m_work.reset();
@@ -142,26 +141,19 @@ void DeviceModel::moveOut(Amount denomination, bool collects)
 
 void DeviceModel::settle(Settlement settlement, const Pieces& out)
 {
-    if (settlement == Settlement::None)
-        return;
-    m_paidIn = settlement == Settlement::All ? 0 : m_paidIn - valueOf(out);
-    for (const Amount piece : largestFirst(out)) {
-        const auto last = std::find(m_inserted.rbegin(), m_inserted.rend(), piece);
-        if (last != m_inserted.rend())
-            m_inserted.erase(std::next(last).base());
-    }
-    if (m_paidIn == 0)
-        m_inserted.clear();
+    if (settlement == Settlement::All)
+        m_customerMoney.settle();
+    else if (settlement == Settlement::WhatCameOut)
+        m_customerMoney.giveBack(out);
 }
 
 void DeviceModel::advance(Milliseconds now)
 {
     if (!m_work || m_work->end > now)
         return;
-    m_earliest = m_work->end;
+    m_messages.setEarliest(m_work->end);
     endWork(m_work->pieces.size());
-    postState();
-    m_readyAt = m_lastDue;
+    m_readyAt = postState();
 }
 
 bool DeviceModel::isBusy(Milliseconds now) const
@@ -176,7 +168,7 @@ Amount DeviceModel::insert(Amount denomination, int count, Milliseconds now)
     advance(now);
     const bool takes = m_open && !hasError() && !isBusy(now) && (m_admin || m_payInOpen);
     const Amount sum = shownAmount();
-    const Amount most = denomination > 0 ? (largestAmount - sum) / denomination : 0;
+    const Amount most = denomination > 0 ? (LARGEST_AMOUNT - sum) / denomination : 0;
     const int accepted = static_cast<int>(std::min<Amount>({count, m_drawer.room(denomination), most}));
     if (!takes || accepted <= 0)
         return 0;
@@ -187,10 +179,9 @@ Amount DeviceModel::insert(Amount denomination, int count, Milliseconds now)
         m_replenished += value;
     } else {
         m_drawer.payIn(denomination, accepted);
-        m_paidIn += value;
-        m_inserted.insert(m_inserted.end(), static_cast<std::size_t>(accepted), denomination);
+        m_customerMoney.payIn(denomination, accepted);
     }
-    m_earliest = now;
+    m_messages.setEarliest(now);
     postState();
     postLevels(m_drawer.newLevels());
     return value;
@@ -199,7 +190,7 @@ Amount DeviceModel::insert(Amount denomination, int count, Milliseconds now)
 void DeviceModel::fail(int code, Milliseconds now)
 {
     advance(now);
-    m_earliest = now;
+    m_messages.setEarliest(now);
     if (m_work) {
         const auto pieces = static_cast<Milliseconds>(m_work->pieces.size());
         const Milliseconds worked = std::max<Milliseconds>(0, now - m_work->start);
@@ -216,13 +207,13 @@ void DeviceModel::fail(int code, Milliseconds now)
 void DeviceModel::inject(std::string message, Milliseconds now)
 {
     advance(now);
-    m_earliest = now;
-    post(std::move(message), 0);
+    m_messages.setEarliest(now);
+    m_messages.post(std::move(message), 0);
 }
 
 bool DeviceModel::setStuck(Amount denomination, int count)
 {
-    if (!m_drawer.find(denomination) || count < 0)
+    if (m_drawer.find(denomination) == nullptr || count < 0)
         return false;
     m_drawer.setStuck(denomination, count);
     return true;
@@ -260,7 +251,7 @@ CashList DeviceModel::listOf(const Pieces& pieces) const
 bool DeviceModel::balances() const
 {
     const Books& books = m_drawer.books();
-    return m_drawer.balances() && m_paidIn >= 0 && books.paidOut == m_takenPaidOut + valueOf(m_paidOut) &&
+    return m_drawer.balances() && paidIn() >= 0 && books.paidOut == m_takenPaidOut + valueOf(m_paidOut) &&
            books.collected == m_takenCollected + valueOf(m_collected);
 }
 
@@ -269,11 +260,7 @@ bool DeviceModel::balances() const
 std::optional<std::string> DeviceModel::nextMessage(Milliseconds now)
 {
     advance(now);
-    if (m_queue.empty() || m_queue.front().due > now)
-        return std::nullopt;
-    std::string text = std::move(m_queue.front().text);
-    m_queue.pop_front();
-    return text;
+    return m_messages.next(now);
 }
 
 std::vector<std::string> DeviceModel::due(Milliseconds now)
@@ -286,9 +273,10 @@ std::vector<std::string> DeviceModel::due(Milliseconds now)
 
 std::optional<Milliseconds> DeviceModel::nextDue() const
 {
-    if (m_queue.empty())
-        return m_work ? std::optional(m_work->end) : std::nullopt;
-    return m_work ? std::min(m_queue.front().due, m_work->end) : m_queue.front().due;
+    const auto message = m_messages.nextDue();
+    if (!m_work)
+        return message;
+    return message ? std::min(*message, m_work->end) : m_work->end;
 }
 
 int DeviceModel::statusDigit() const
@@ -310,20 +298,17 @@ int DeviceModel::modeDigit() const
 /// The amount that messages carry.
 Amount DeviceModel::shownAmount() const
 {
-    return m_admin ? m_replenished : m_paidIn;
+    return m_admin ? m_replenished : paidIn();
 }
 
-/// Messages keep their order, and apart: whoever polls must not miss one for the next.
-void DeviceModel::post(std::string message, Milliseconds gap)
+Milliseconds DeviceModel::post(std::string message)
 {
-    const Milliseconds due = m_lastDue ? std::max(m_earliest, *m_lastDue + gap) : m_earliest;
-    m_queue.push_back({due, std::move(message)});
-    m_lastDue = due;
+    return m_messages.post(std::move(message), m_settings.messageGap);
 }
 
-void DeviceModel::postStatus(char letter, Amount amount, const MessageTail& tail)
+Milliseconds DeviceModel::postStatus(char letter, Amount amount, const MessageTail& tail)
 {
-    post(statusMessage(letter, amount, statusDigit(), modeDigit(), tail, m_longForm), m_settings.messageGap);
+    return post(statusMessage(letter, amount, statusDigit(), modeDigit(), tail, m_longForm));
 }
 
 void DeviceModel::postReport(const MessageTail& tail)
@@ -331,9 +316,9 @@ void DeviceModel::postReport(const MessageTail& tail)
     postStatus('b', shownAmount(), tail);
 }
 
-void DeviceModel::postState()
+Milliseconds DeviceModel::postState()
 {
-    postStatus('a', shownAmount());
+    return postStatus('a', shownAmount());
 }
 
 void DeviceModel::postRest(Amount rest)
@@ -347,7 +332,7 @@ void DeviceModel::postRest(Amount rest)
 void DeviceModel::postParts(const std::vector<std::string>& messages)
 {
     for (const std::string& message : messages)
-        post(message, &message == &messages.front() ? m_settings.messageGap : 0);
+        m_messages.post(message, &message == &messages.front() ? m_settings.messageGap : 0);
 }
 
 void DeviceModel::postSession(const char* prefix, Amount amount)

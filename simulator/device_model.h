@@ -4,9 +4,10 @@
 #pragma once
 
 #include "simulator/command.h"
+#include "simulator/customer_money.h"
+#include "simulator/message_queue.h"
 #include "simulator/messages.h"
 
-#include <deque>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -64,12 +65,12 @@ public:
     CashList content() const;
 
     /// What the customer has paid in and is not yet settled.
-    Amount paidIn() const { return m_paidIn; }
+    Amount paidIn() const { return m_customerMoney.amount(); }
 
     bool isBusy(Milliseconds now) const;
 
     /// Whether messages wait for their time.
-    bool hasMessages() const { return !m_queue.empty(); }
+    bool hasMessages() const { return !m_messages.empty(); }
 
     bool hasError() const { return m_error != 0; }
 
@@ -92,11 +93,6 @@ private:
         RecordForm undoneForm = RecordForm::Whole;
         Milliseconds start = 0;
         Milliseconds end = 0;
-    };
-
-    struct Queued {
-        Milliseconds due;
-        std::string text;
     };
 
     char answerTo(const std::string& text, Milliseconds now);
@@ -141,10 +137,10 @@ private:
     int statusDigit() const;
     int modeDigit() const;
     Amount shownAmount() const;
-    void post(std::string message, Milliseconds gap);
-    void postStatus(char letter, Amount amount, const MessageTail& tail = {});
+    Milliseconds post(std::string message);
+    Milliseconds postStatus(char letter, Amount amount, const MessageTail& tail = {});
     void postReport(const MessageTail& tail);
-    void postState();
+    Milliseconds postState();
     void postRest(Amount rest);
     void postParts(const std::vector<std::string>& messages);
     void postSession(const char* prefix, Amount amount);
@@ -163,14 +159,11 @@ private:
     int m_error = 0;
     bool m_longForm = false;
 
-    Amount m_paidIn = 0;
-    std::vector<Amount> m_inserted; // the pieces of m_paidIn, in the order in which they came
-    Amount m_replenished = 0;       // since the last end of replenishing
+    CustomerMoney m_customerMoney;
+    Amount m_replenished = 0; // since the last end of replenishing
 
     std::optional<Work> m_work;
-    std::deque<Queued> m_queue;
-    Milliseconds m_earliest = 0; // the next message goes out no earlier
-    std::optional<Milliseconds> m_lastDue;
+    MessageQueue m_messages;
     std::optional<Milliseconds> m_readyAt; // when the last work's last message is due
 };
 

@@ -78,17 +78,17 @@ bool Drawer::canMove(const Pieces& pieces) const
 {
     return std::all_of(pieces.begin(), pieces.end(), [&](const auto& piece) {
         const Denomination* unit = find(piece.first);
-        return unit && movableCount(*unit) >= piece.second;
+        return unit != nullptr && movableCount(*unit) >= piece.second;
     });
 }
 
 int Drawer::room(Amount denomination) const
 {
     const Denomination* unit = find(denomination);
-    if (!unit)
+    if (unit == nullptr)
         return 0;
-    const Amount worth = std::max<Amount>(0, largestAmount - value()) / denomination;
-    const int places = (unit->capacity == 0 ? mostPieces : unit->capacity) - unit->count;
+    const Amount worth = std::max<Amount>(0, LARGEST_AMOUNT - value()) / denomination;
+    const int places = (unit->capacity == 0 ? MOST_PIECES : unit->capacity) - unit->count;
     return static_cast<int>(std::clamp<Amount>(worth, 0, std::max(0, places)));
 }
 

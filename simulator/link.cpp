@@ -1,6 +1,6 @@
 #include "simulator/link.h"
 
-#include "simulator/process.h"
+#include "simulator/own_module.h"
 
 #include <chrono>
 #include <condition_variable>
@@ -25,7 +25,7 @@ Clock::time_point timePoint(Milliseconds time)
 
 std::string closedAnswer(std::string_view command)
 {
-    return {std::string{command.empty() ? '?' : command.front(), fieldSeparator} + "3Closed"};
+    return {std::string{command.empty() ? '?' : command.front(), FIELD_SEPARATOR} + "3Closed"};
 }
 
 } // namespace
@@ -122,13 +122,13 @@ private:
 
 Link::Opening Link::open(Callback callback, Settings settings)
 {
-    if (!callback)
-        return {OpeningCode::noCallback, "No callback"};
-    stayLoaded();
+    if (callback == nullptr)
+        return {OpeningCode::NO_CALLBACK, "No callback"};
+    keepOwnModuleLoaded();
     const std::shared_ptr<Session> previous = current();
     if (previous) {
         if (previous->isOpen())
-            return {OpeningCode::openAlready, "Link is open already"};
+            return {OpeningCode::OPEN_ALREADY, "Link is open already"};
         previous->waitForCallback();
     }
     if (settings.openCode != 0)
@@ -137,11 +137,11 @@ Link::Opening Link::open(Callback callback, Settings settings)
     auto session = std::make_shared<Session>(callback, std::move(settings));
     const std::lock_guard lock(m_mutex);
     if (m_session != previous)
-        return {OpeningCode::openAlready, "Link is open already"};
+        return {OpeningCode::OPEN_ALREADY, "Link is open already"};
     try {
         session->start();
     } catch (const std::system_error&) {
-        return {OpeningCode::noThread, "No thread for the link"};
+        return {OpeningCode::NO_THREAD, "No thread for the link"};
     }
     m_session = std::move(session);
     return {0, "Ok"};

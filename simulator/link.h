@@ -13,10 +13,10 @@ namespace simulator {
 
 /// Why an opening fails. Users hand the code on as a status of their own, so none is one of theirs.
 struct OpeningCode {
-    static constexpr int badSettings = 20;
-    static constexpr int openAlready = 21;
-    static constexpr int noThread = 22;
-    static constexpr int noCallback = 23;
+    static constexpr int BAD_SETTINGS = 20;
+    static constexpr int OPEN_ALREADY = 21;
+    static constexpr int NO_THREAD = 22;
+    static constexpr int NO_CALLBACK = 23;
 };
 
 class Link {

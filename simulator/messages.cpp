@@ -6,7 +6,7 @@ namespace simulator {
 
 namespace {
 
-constexpr std::size_t longestText = 99;
+constexpr std::size_t LONGEST_TEXT = 99;
 
 std::string digit(int number)
 {
@@ -65,8 +65,8 @@ std::string statusMessage(char letter, Amount amount, int status, int mode, cons
                           bool longForm)
 {
     const std::string head =
-        letter + padded(std::clamp<Amount>(amount, 0, largestAmount), 8) + digit(status) + digit(mode);
-    const std::string text = tail.text.substr(0, longestText);
+        letter + padded(std::clamp<Amount>(amount, 0, LARGEST_AMOUNT), 8) + digit(status) + digit(mode);
+    const std::string text = tail.text.substr(0, LONGEST_TEXT);
     if (!longForm)
         return head + text;
     return head + digit(tail.kind) + padded(tail.code, 4) + padded(static_cast<Amount>(text.size()), 2) +

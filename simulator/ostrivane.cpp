@@ -20,8 +20,8 @@ using simulator::Milliseconds;
 using simulator::Pieces;
 using simulator::Settings;
 
-constexpr std::size_t initiateAnswerSize = 64;
-constexpr std::size_t commandAnswerSize = 80;
+constexpr std::size_t INITIATE_ANSWER_SIZE = 64;
+constexpr std::size_t COMMAND_ANSWER_SIZE = 80;
 
 /// Lives to the end of the process: others may still close the link when statics here are gone.
 Link& theLink()
@@ -42,7 +42,7 @@ public:
     {
         const std::lock_guard lock(m_mutex);
         try {
-            m_settings = json ? std::optional(simulator::parseSettings(json)) : std::nullopt;
+            m_settings = json != nullptr ? std::optional(simulator::parseSettings(json)) : std::nullopt;
             m_error.clear();
         } catch (const std::exception& error) {
             m_error = error.what();
@@ -57,7 +57,7 @@ public:
         if (m_settings)
             return *m_settings;
         const char* path = std::getenv("TLSIM_CONFIG");
-        return path ? readFile(path) : Settings{};
+        return path != nullptr ? readFile(path) : Settings{};
     }
 
     void setError(const std::string& error)
@@ -99,14 +99,14 @@ Link::Opening openLink(Link::Callback callback)
     try {
         settings = theConfiguration().get();
     } catch (const std::exception& error) {
-        return {simulator::OpeningCode::badSettings, error.what()};
+        return {simulator::OpeningCode::BAD_SETTINGS, error.what()};
     }
     return theLink().open(callback, std::move(settings));
 }
 
 void copyText(const std::string& text, char* buffer, std::size_t size)
 {
-    if (!buffer || size == 0)
+    if (buffer == nullptr || size == 0)
         return;
     const std::size_t length = std::min(text.size(), size - 1);
     std::memcpy(buffer, text.data(), length);
@@ -123,7 +123,7 @@ std::string textOf(const Pieces& pieces, const DeviceModel& device)
     simulator::CashList list;
     for (const auto& [denomination, count] : pieces) {
         const auto* unit = device.drawer().find(denomination);
-        const bool coin = unit && unit->kind == simulator::CashKind::Coin;
+        const bool coin = unit != nullptr && unit->kind == simulator::CashKind::Coin;
         (coin ? list.coins : list.notes).push_back({denomination, count});
     }
     return list.text();
@@ -162,7 +162,7 @@ void tl_initiate2(int (*callback)(const char*), const char* /*portName*/, char* 
 {
     const Link::Opening opening = openLink(callback);
     theConfiguration().setError(opening.code == 0 ? "" : opening.text);
-    copyText(opening.text, answer, initiateAnswerSize);
+    copyText(opening.text, answer, INITIATE_ANSWER_SIZE);
     *returnCode = static_cast<std::int16_t>(opening.code);
 }
 
@@ -173,13 +173,13 @@ void tl_dini(void* /*object*/, char* /*message*/)
 
 void tl_002(const char* command, char* answer)
 {
-    copyText(theLink().command(command ? command : ""), answer, commandAnswerSize);
+    copyText(theLink().command(command != nullptr ? command : ""), answer, COMMAND_ANSWER_SIZE);
 }
 
 void tl_loggedout(const char* /*text*/, char* answer)
 {
     theLink().atDevice([](DeviceModel& device, Milliseconds) { device.loggedOut(); });
-    copyText(std::string("b") + simulator::fieldSeparator + "0Ok", answer, commandAnswerSize);
+    copyText(std::string("b") + simulator::FIELD_SEPARATOR + "0Ok", answer, COMMAND_ANSWER_SIZE);
 }
 
 int tlsim_configure(const char* json)
@@ -255,7 +255,7 @@ int tlsim_stick(int32_t denomination, int32_t count)
 
 int tlsim_inject(const char* message)
 {
-    if (!message)
+    if (message == nullptr)
         return 1;
     const bool done =
         theLink().atDevice([&](DeviceModel& device, Milliseconds now) { device.inject(message, now); });

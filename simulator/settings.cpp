@@ -85,7 +85,7 @@ private:
     std::set<std::string> m_known;
 };
 
-constexpr std::size_t mostDenominations = 32;
+constexpr std::size_t MOST_DENOMINATIONS = 32;
 
 bool isLowerCase(char c)
 {
@@ -106,7 +106,7 @@ Denomination parseDenomination(const json& object)
 {
     Denomination denomination;
     ObjectReader reader(object, "drawer");
-    reader.read("value", denomination.value, 1, largestAmount);
+    reader.read("value", denomination.value, 1, LARGEST_AMOUNT);
     if (denomination.value == 0)
         reader.fail("value", "is missing");
     std::string kind = "coin";
@@ -114,13 +114,13 @@ Denomination parseDenomination(const json& object)
     if (kind != "coin" && kind != "note")
         reader.fail("kind", "must be \"coin\" or \"note\"");
     denomination.kind = kind == "coin" ? CashKind::Coin : CashKind::Note;
-    reader.read("count", denomination.count, 0, mostPieces);
+    reader.read("count", denomination.count, 0, MOST_PIECES);
     reader.read("low", denomination.low, 0, 99);
-    reader.read("high", denomination.high, 0, mostPieces);
-    reader.read("float", denomination.cashFloat, 0, mostPieces);
-    reader.read("capacity", denomination.capacity, 0, mostPieces);
+    reader.read("high", denomination.high, 0, MOST_PIECES);
+    reader.read("float", denomination.cashFloat, 0, MOST_PIECES);
+    reader.read("capacity", denomination.capacity, 0, MOST_PIECES);
     reader.read("recycled", denomination.recycled);
-    reader.read("stuck", denomination.stuck, 0, mostPieces);
+    reader.read("stuck", denomination.stuck, 0, MOST_PIECES);
     reader.refuseUnknown();
     if (denomination.capacity != 0 && denomination.count > denomination.capacity)
         reader.fail("count", "must not be above \"capacity\"");
@@ -131,8 +131,8 @@ Denomination parseDenomination(const json& object)
 
 std::vector<Denomination> parseDrawer(const json& list)
 {
-    if (!list.is_array() || list.empty() || list.size() > mostDenominations)
-        throw std::runtime_error("drawer: must be a list of 1 to " + std::to_string(mostDenominations) +
+    if (!list.is_array() || list.empty() || list.size() > MOST_DENOMINATIONS)
+        throw std::runtime_error("drawer: must be a list of 1 to " + std::to_string(MOST_DENOMINATIONS) +
                                  " denominations");
     std::vector<Denomination> drawer;
     for (const json& object : list)
@@ -148,8 +148,8 @@ std::vector<Denomination> parseDrawer(const json& list)
             throw std::runtime_error("drawer: " + std::to_string(denomination.value) + " is there twice");
         total += denomination.value * denomination.count;
     }
-    if (total > largestAmount)
-        throw std::runtime_error("drawer: holds more than " + std::to_string(largestAmount));
+    if (total > LARGEST_AMOUNT)
+        throw std::runtime_error("drawer: holds more than " + std::to_string(LARGEST_AMOUNT));
     return drawer;
 }
 
@@ -171,7 +171,7 @@ std::map<char, char> parseRefusals(const json& object)
 
 void readSettings(Settings& settings, const json& object)
 {
-    constexpr int longestTime = 600'000;
+    constexpr int LONGEST_TIME = 600'000;
 
     ObjectReader reader(object, "settings");
     if (const json* drawer = reader.find("drawer"))
@@ -187,9 +187,9 @@ void readSettings(Settings& settings, const json& object)
     reader.read("apiVersion", settings.apiVersion, 99);
     reader.read("commands", settings.commands, 26, &isUpperCase, "upper-case letters");
     reader.read("partSize", settings.partSize, 1, 10'000);
-    reader.read("answerDelay", settings.answerDelay, 0, longestTime);
-    reader.read("messageGap", settings.messageGap, 0, longestTime);
-    reader.read("payOutTime", settings.payOutTime, 0, longestTime);
+    reader.read("answerDelay", settings.answerDelay, 0, LONGEST_TIME);
+    reader.read("messageGap", settings.messageGap, 0, LONGEST_TIME);
+    reader.read("payOutTime", settings.payOutTime, 0, LONGEST_TIME);
     reader.read("payInAfterLogin", settings.payInAfterLogin);
     reader.read("loginOpens", settings.loginOpens);
     reader.read("loginClearsError", settings.loginClearsError);
@@ -213,7 +213,7 @@ std::vector<Denomination> Settings::defaultDrawer()
         int low;
         int cashFloat;
     };
-    constexpr Row rows[] = {
+    constexpr Row ROWS[] = {
         {100, CashKind::Coin, 100, 20, 80},  {200, CashKind::Coin, 100, 20, 80},
         {500, CashKind::Coin, 100, 20, 80},  {1000, CashKind::Coin, 100, 20, 80},
         {2000, CashKind::Note, 50, 10, 40},  {5000, CashKind::Note, 40, 10, 30},
@@ -222,7 +222,7 @@ std::vector<Denomination> Settings::defaultDrawer()
     };
 
     std::vector<Denomination> drawer;
-    for (const Row& row : rows) {
+    for (const Row& row : ROWS) {
         Denomination denomination;
         denomination.value = row.value;
         denomination.kind = row.kind;

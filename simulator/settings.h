@@ -14,7 +14,7 @@ namespace simulator {
 using Milliseconds = std::int64_t;
 
 /// The most that one unit holds. Making change takes time and memory by it.
-constexpr int mostPieces = 100'000;
+constexpr int MOST_PIECES = 100'000;
 
 struct Denomination {
     Amount value = 0;
@@ -23,7 +23,7 @@ struct Denomination {
     int low = 0;          // reported as low at this many pieces and below; 0 to 99
     int high = 0;         // reported as high at this many pieces and above; 0 for never
     int cashFloat = 0;    // pieces that a collection leaves behind
-    int capacity = 0;     // pieces that there is room for; 0 for mostPieces
+    int capacity = 0;     // pieces that there is room for; 0 for MOST_PIECES
     bool recycled = true; // false: taken in and never paid out again
     int stuck = 0;        // pieces that can't be moved
 };

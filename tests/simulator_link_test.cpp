@@ -39,7 +39,7 @@ protected:
     /// Sends a command with "|" for the separator. The status character of the answer.
     char send(std::string text)
     {
-        std::replace(text.begin(), text.end(), '|', fieldSeparator);
+        std::replace(text.begin(), text.end(), '|', FIELD_SEPARATOR);
         return link.command(text).at(2);
     }
 

@@ -21,15 +21,15 @@ Texts words(const std::string& text)
 }
 
 /// A device that is logged in to, and its time. Commands are written with "|" for the separator.
-struct Desk {
-    explicit Desk(Settings settings = {}) : device(std::move(settings)) { run("a|07|05|1405"); }
+struct LoggedInDevice {
+    explicit LoggedInDevice(Settings settings = {}) : device(std::move(settings)) { run("a|07|05|1405"); }
 
     /// The status character of the answer.
     char send(std::string text)
     {
-        std::replace(text.begin(), text.end(), '|', fieldSeparator);
+        std::replace(text.begin(), text.end(), '|', FIELD_SEPARATOR);
         const std::string answer = device.command(text, now);
-        EXPECT_EQ(text.substr(0, 1) + fieldSeparator, answer.substr(0, 2));
+        EXPECT_EQ(text.substr(0, 1) + FIELD_SEPARATOR, answer.substr(0, 2));
         return answer.at(2);
     }
 
@@ -80,12 +80,12 @@ TEST(SimulatorMoney, MakesUpEveryAmountThatCanBeMade)
 
     // The longest search there is must end within the test's time.
     const Pieces many{{1, 90}, {2, 50000}, {500, 50000}, {50000, 2000}, {70000, 10}};
-    EXPECT_EQ(largestAmount, valueOf(makeUp(largestAmount, many)));
+    EXPECT_EQ(LARGEST_AMOUNT, valueOf(makeUp(LARGEST_AMOUNT, many)));
 }
 
 TEST(SimulatorModel, AnswersASessionWithTheseMessages)
 {
-    Desk desk(parseSettings(R"({"partSize": 9, "drawer": [
+    LoggedInDevice machine(parseSettings(R"({"partSize": 9, "drawer": [
         {"value": 50, "count": 3, "low": 2, "float": 1},
         {"value": 100, "count": 4, "stuck": 3},
         {"value": 2000, "count": 3, "kind": "note", "stuck": 2},
@@ -113,8 +113,8 @@ TEST(SimulatorModel, AnswersASessionWithTheseMessages)
          {"a00000000310000000", "b0000000031100011100 0,50 SEK", "b0000000031100010900 50 SEK"}},
     };
     for (const auto& [command, messages] : steps)
-        EXPECT_EQ(messages, desk.run(command)) << command;
-    EXPECT_EQ(7050, valueOf(desk.device.takeCollected()));
+        EXPECT_EQ(messages, machine.run(command)) << command;
+    EXPECT_EQ(7050, valueOf(machine.device.takeCollected()));
 }
 
 TEST(SimulatorModel, MoneyAddsUpWhateverHappens)
@@ -133,25 +133,25 @@ TEST(SimulatorModel, MoneyAddsUpWhateverHappens)
             unit.stuck = below(2);
         }
         settings.payOutTime = below(500);
-        Desk desk(settings);
-        const auto& units = desk.device.drawer().units();
-        const Amount start = desk.device.drawer().value();
+        LoggedInDevice machine(settings);
+        const auto& units = machine.device.drawer().units();
+        const Amount start = machine.device.drawer().value();
         Amount in = 0;
         Amount out = 0;
         for (int step = 0; step < 2000; ++step) {
             const std::string amount = padded(50 * below(200), 8);
-            const std::string deposit = padded(below(2) == 0 ? desk.device.paidIn() : 50 * below(100), 8);
+            const std::string deposit = padded(below(2) == 0 ? machine.device.paidIn() : 50 * below(100), 8);
             const std::string commands[] = {"c|" + amount, "d|" + amount, "f|" + amount + "|" + deposit,
                                             others[random() % others.size()]};
             if (below(3) == 0)
-                in += desk.insert(units[random() % units.size()].value, below(4));
+                in += machine.insert(units[random() % units.size()].value, below(4));
             if (below(100) == 0)
-                desk.device.fail(below(99) + 1, desk.now);
-            desk.send(commands[random() % std::size(commands)]);
-            desk.pass(below(3) == 0 ? below(1000) : below(100));
-            out += valueOf(desk.device.takePaidOut()) + valueOf(desk.device.takeCollected());
-            ASSERT_TRUE(desk.device.balances()) << "step " << step;
-            ASSERT_EQ(start + in - out, desk.device.drawer().value()) << "step " << step;
+                machine.device.fail(below(99) + 1, machine.now);
+            machine.send(commands[random() % std::size(commands)]);
+            machine.pass(below(3) == 0 ? below(1000) : below(100));
+            out += valueOf(machine.device.takePaidOut()) + valueOf(machine.device.takeCollected());
+            ASSERT_TRUE(machine.device.balances()) << "step " << step;
+            ASSERT_EQ(start + in - out, machine.device.drawer().value()) << "step " << step;
         }
         EXPECT_GT(out, 0);
     }

@@ -1,14 +1,14 @@
-#include "simulator/process.h"
+#include "simulator/own_module.h"
 
 #include <windows.h>
 
 namespace simulator {
 
-void stayLoaded()
+void keepOwnModuleLoaded()
 {
     HMODULE module = nullptr;
     GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_PIN | GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
-                       reinterpret_cast<LPCSTR>(&stayLoaded), &module);
+                       reinterpret_cast<LPCSTR>(&keepOwnModuleLoaded), &module);
 }
 
 bool otherThreadsAreGone()

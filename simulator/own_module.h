@@ -4,7 +4,7 @@
 namespace simulator {
 
 /// Keeps this module in memory to the end of the process: the link's thread runs in it.
-void stayLoaded();
+void keepOwnModuleLoaded();
 
 /// True once the process is ending and its other threads are gone without having left a word.
 bool otherThreadsAreGone();

@@ -1,13 +1,13 @@
-#include "simulator/process.h"
+#include "simulator/own_module.h"
 
 #include <dlfcn.h>
 
 namespace simulator {
 
-void stayLoaded()
+void keepOwnModuleLoaded()
 {
     Dl_info info{};
-    if (dladdr(reinterpret_cast<void*>(&stayLoaded), &info) != 0)
+    if (dladdr(reinterpret_cast<void*>(&keepOwnModuleLoaded), &info) != 0)
         dlopen(info.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);
 }
 

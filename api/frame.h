@@ -3,8 +3,8 @@
 #pragma once
 
 #include "api/tllogics.h"
-#include "diag/compose.h"
 #include "diag/language_keys.h"
+#include "text/compose.h"
 
 #include <cstdint>
 #include <functional>

@@ -1,11 +1,11 @@
 // Exports that bring the library up and down: registration of events, initTL, exitTL.
 #include "api/frame.h"
 
-#include "config/tagged_text.h"
 #include "diag/language.h"
 #include "diag/log.h"
 #include "logic/ctllogics.h"
 #include "logic/shared_state.h"
+#include "text/tagged_text.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "api/records.h"
 
-#include "diag/compose.h"
+#include "text/compose.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,10 +1,10 @@
 // Exports that open and close a session, and tell what is known of the device.
 #include "api/frame.h"
 
-#include "diag/dates.h"
 #include "diag/log.h"
 #include "logic/ctllogics.h"
 #include "platform/clock.h"
+#include "text/dates.h"
 
 namespace {
 

@@ -1,50 +1,31 @@
 #include "config/ini_file.h"
 
-#include "config/numbers.h"
-#include "platform/files.h"
+#include "platform/file_reading.h"
+#include "text/ascii.h"
+#include "text/numbers.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-
-namespace {
-
-// Whatever is larger is no language file, and not worth the memory.
-constexpr std::streamoff LARGEST_FILE = 4 * 1024 * 1024;
-
-bool isPrintable(unsigned char character)
-{
-    return character >= 0x20 && character < 0x7F;
-}
-
-char toLower(char character)
-{
-    return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
-}
-
-} // namespace
+#include <sstream>
 
 CIniFile::CIniFile(std::string path) : m_sPath(std::move(path)) {}
 
 bool CIniFile::ReadFile()
 {
-    if (!platform::canRead(m_sPath))
+    const std::optional<std::string> text = platform::readFile(m_sPath);
+    if (!text)
         return false;
-    std::ifstream file(m_sPath, std::ios::binary | std::ios::ate);
-    if (file.tellg() > LARGEST_FILE)
-        return false;
-    file.seekg(0);
+    std::istringstream lines(*text);
     std::string currentSection;
     std::string line;
-    while (std::getline(file, line)) {
+    while (std::getline(lines, line)) {
         if (!line.empty() && line.back() == '\r')
             line.pop_back();
         if (line.empty())
             continue;
-        const auto first = static_cast<unsigned char>(line.front());
-        if (!isPrintable(first)) {
-            std::printf("Failing on char %d\n", static_cast<int>(first));
+        if (!isPrintable(line.front())) {
+            std::printf("Failing on char %d\n", static_cast<int>(static_cast<unsigned char>(line.front())));
             return false;
         }
         readLine(line, currentSection);
@@ -158,6 +139,6 @@ std::string CIniFile::folded(const std::string& name) const
 {
     std::string copy = name;
     if (m_bCaseInsensitive)
-        std::transform(copy.begin(), copy.end(), copy.begin(), toLower);
+        std::transform(copy.begin(), copy.end(), copy.begin(), lowerCase);
     return copy;
 }

@@ -1,9 +1,9 @@
 #include "config/settings.h"
 
-#include "config/tagged_text.h"
-#include "diag/compose.h"
 #include "diag/log.h"
 #include "platform/profile.h"
+#include "text/compose.h"
+#include "text/tagged_text.h"
 
 const std::array<SettingRow, SETTING_COUNT>& settingsTable()
 {

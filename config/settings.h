@@ -1,7 +1,7 @@
 // The settings: their table, the file that they start from, and their changes at run time.
 #pragma once
 
-#include "config/shared_text.h"
+#include "text/shared_text.h"
 
 #include <array>
 #include <atomic>

@@ -1,10 +1,11 @@
 // Where tllogics.ini is looked for.
 #include "config/settings.h"
 
-#include "diag/compose.h"
 #include "diag/log.h"
+#include "platform/file_reading.h"
 #include "platform/files.h"
 #include "platform/modules.h"
+#include "text/compose.h"
 
 namespace {
 

@@ -27,8 +27,3 @@ inline AnswerMeaning meaningOf(char statusCharacter)
         return {"Send failed", TL_STATUS_SEND_FAILED};
     }
 }
-
-inline char upperCaseOf(char letter)
-{
-    return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
-}

@@ -2,13 +2,13 @@
 #include "device/ostrivane.h"
 
 #include "api/tllogics.h"
-#include "config/numbers.h"
-#include "diag/compose.h"
-#include "diag/dates.h"
 #include "diag/language.h"
 #include "diag/log.h"
 #include "platform/clock.h"
 #include "platform/process.h"
+#include "text/compose.h"
+#include "text/dates.h"
+#include "text/numbers.h"
 
 #include <ctime>
 

@@ -3,10 +3,11 @@
 
 #include "api/tllogics.h"
 #include "device/answers.h"
-#include "diag/compose.h"
 #include "diag/language.h"
 #include "diag/log.h"
 #include "logic/shared_state.h"
+#include "text/ascii.h"
+#include "text/compose.h"
 
 namespace {
 
@@ -107,7 +108,7 @@ std::int16_t COstrivane::initialize(DeviceCallback callback, const char* portNam
 std::int16_t COstrivane::my_tl_002(const std::string& command, std::string& answer, std::string& message)
 {
     std::string shown = command;
-    shown.front() = upperCaseOf(shown.front());
+    shown.front() = upperCase(shown.front());
     logLine(shown, LOG_DEVICE_OUT, LOG_FILE_LOGIC);
 
     AnswerBuffer buffer{};

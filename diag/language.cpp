@@ -1,7 +1,8 @@
 #include "diag/language.h"
 
-#include "diag/compose.h"
+#include "platform/file_reading.h"
 #include "platform/files.h"
+#include "text/compose.h"
 
 namespace {
 

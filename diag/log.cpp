@@ -1,8 +1,8 @@
 #include "diag/log.h"
 
-#include "diag/compose.h"
-#include "diag/dates.h"
 #include "platform/files.h"
+#include "text/compose.h"
+#include "text/dates.h"
 
 #include <algorithm>
 #include <chrono>

@@ -1,8 +1,8 @@
 #include "events/count_text.h"
 
-#include "config/numbers.h"
-#include "diag/compose.h"
 #include "diag/log.h"
+#include "text/compose.h"
+#include "text/numbers.h"
 
 #include <algorithm>
 

@@ -3,14 +3,15 @@
 #include "events/decoder.h"
 
 #include "api/tllogics.h"
-#include "config/numbers.h"
 #include "config/settings.h"
-#include "device/commands.h"
-#include "diag/compose.h"
 #include "diag/log.h"
 #include "events/count_text.h"
 #include "events/senders.h"
+#include "logic/command_names.h"
 #include "logic/shared_state.h"
+#include "text/ascii.h"
+#include "text/compose.h"
+#include "text/numbers.h"
 
 #include <algorithm>
 
@@ -22,16 +23,6 @@ constexpr std::size_t MASTER_MINOR_AT = 19;
 constexpr std::size_t COMMANDS_AT = 21;
 
 constexpr std::int32_t INFORMATION_KIND = 3;
-
-bool isLetter(char character)
-{
-    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
-}
-
-bool isDigit(char character)
-{
-    return character >= '0' && character <= '9';
-}
 
 /// Tells the log of a message that could not be read, and every waiting operation of an error.
 void failMessage(const std::string& raw, const char* line)

@@ -1,14 +1,14 @@
 #include "events/level_texts.h"
 
 #include "api/tllogics.h"
-#include "config/numbers.h"
 #include "config/settings.h"
-#include "diag/compose.h"
-#include "diag/dates.h"
 #include "diag/language.h"
 #include "diag/log.h"
 #include "logic/shared_state.h"
 #include "platform/clock.h"
+#include "text/compose.h"
+#include "text/dates.h"
+#include "text/numbers.h"
 
 #include <algorithm>
 #include <array>
@@ -169,9 +169,7 @@ bool isFilteredLevelWarning(std::int32_t denomination)
     const std::string filter = g_strLevelWarningFilter.get();
     if (filter.empty())
         return false;
-    const std::tm now = platform::localTime().calendar;
-    const std::string today =
-        compose(leftPadded(now.tm_year + 1900, 4), leftPadded(now.tm_mon + 1, 2), leftPadded(now.tm_mday, 2));
+    const std::string today = dateText(platform::localTime().calendar);
     std::size_t position = 0;
     for (;;) {
         const std::size_t colon = filter.find(':', position);

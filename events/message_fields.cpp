@@ -2,10 +2,10 @@
 #include "events/decoder.h"
 
 #include "api/tllogics.h"
-#include "config/numbers.h"
-#include "diag/compose.h"
 #include "diag/log.h"
 #include "logic/shared_state.h"
+#include "text/compose.h"
+#include "text/numbers.h"
 
 #include <algorithm>
 

@@ -1,9 +1,7 @@
 #include "events/senders.h"
 
 #include "api/tllogics.h"
-#include "config/numbers.h"
 #include "config/settings.h"
-#include "diag/compose.h"
 #include "diag/language.h"
 #include "diag/log.h"
 #include "events/event_slots.h"
@@ -11,6 +9,8 @@
 #include "events/queues.h"
 #include "logic/shared_state.h"
 #include "platform/messages.h"
+#include "text/compose.h"
+#include "text/numbers.h"
 
 #include <array>
 

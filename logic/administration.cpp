@@ -2,13 +2,13 @@
 // device is waited for, and nothing but a time-out of that wait is looked at.
 #include "logic/ctllogics.h"
 
-#include "device/commands.h"
 #include "device/ostrivane.h"
-#include "diag/compose.h"
 #include "diag/language.h"
 #include "diag/log.h"
 #include "events/count_text.h"
+#include "logic/command_names.h"
 #include "logic/operation.h"
+#include "text/compose.h"
 
 namespace {
 

@@ -1,12 +1,12 @@
 // Counting what the device holds, denomination by denomination.
 #include "logic/ctllogics.h"
 
-#include "device/commands.h"
 #include "device/ostrivane.h"
-#include "diag/compose.h"
 #include "diag/language.h"
 #include "diag/log.h"
+#include "logic/command_names.h"
 #include "logic/operation.h"
+#include "text/compose.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 // Settings that change while the library runs.
 #include "logic/ctllogics.h"
 
-#include "diag/compose.h"
 #include "logic/operation.h"
+#include "text/compose.h"
 
 std::int16_t CTLLogics::changeSettings(const std::string& initSettings, std::int16_t durationType,
                                        std::string& message)

@@ -1,11 +1,11 @@
 // Paying an amount out, and asking whether it can be paid.
 #include "logic/ctllogics.h"
 
-#include "config/numbers.h"
-#include "device/commands.h"
 #include "device/ostrivane.h"
-#include "diag/compose.h"
+#include "logic/command_names.h"
 #include "logic/operation.h"
+#include "text/compose.h"
+#include "text/numbers.h"
 
 std::int16_t CTLLogics::dispense(std::int32_t amountDispense, const std::string& transactionId,
                                  std::int32_t& amountRest, std::string& message)

@@ -1,15 +1,15 @@
 // From loaded to ready for a login, and back.
 #include "logic/ctllogics.h"
 
-#include "config/tagged_text.h"
 #include "device/ostrivane.h"
-#include "diag/compose.h"
 #include "diag/language.h"
 #include "diag/log.h"
 #include "events/decoder.h"
 #include "events/event_slots.h"
 #include "logic/operation.h"
 #include "platform/modules.h"
+#include "text/compose.h"
+#include "text/tagged_text.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include "logic/operation.h"
 
-#include "diag/compose.h"
 #include "diag/language.h"
 #include "diag/log.h"
+#include "text/compose.h"
 
 #include <algorithm>
 

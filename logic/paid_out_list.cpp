@@ -1,6 +1,6 @@
 #include "logic/paid_out_list.h"
 
-#include "config/numbers.h"
+#include "text/numbers.h"
 
 void PaidOutList::add(std::int64_t now, std::int32_t amount)
 {

@@ -1,11 +1,11 @@
 // Opening the device for notes and coins, closing it, and keeping what was paid in.
 #include "logic/ctllogics.h"
 
-#include "device/commands.h"
 #include "device/ostrivane.h"
-#include "diag/compose.h"
 #include "diag/language.h"
+#include "logic/command_names.h"
 #include "logic/operation.h"
+#include "text/compose.h"
 
 std::int16_t CTLLogics::enablePayin(std::string& message)
 {

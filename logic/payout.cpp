@@ -1,11 +1,11 @@
 // Settling a sale in one command while pay-in is enabled.
 #include "logic/ctllogics.h"
 
-#include "config/numbers.h"
-#include "device/commands.h"
 #include "device/ostrivane.h"
-#include "diag/compose.h"
+#include "logic/command_names.h"
 #include "logic/operation.h"
+#include "text/compose.h"
+#include "text/numbers.h"
 
 std::int16_t CTLLogics::payout(std::int32_t amountDispense, std::int32_t amountDeposit,
                                const std::string& transactionId, std::string& message)

@@ -2,10 +2,10 @@
 // lately, and the mark that a pay-out is on its way.
 #include "logic/ctllogics.h"
 
-#include "diag/compose.h"
 #include "diag/log.h"
 #include "logic/operation.h"
 #include "platform/clock.h"
+#include "text/compose.h"
 
 /// Decides and logs; asks nothing. "toPay" is how the operation words a pay-out.
 bool CTLLogics::mustAskFirst(const Operation& op, std::int32_t amount, const char* toPay) const

@@ -1,10 +1,10 @@
 // Which way the application wants to hear of events.
 #include "logic/ctllogics.h"
 
-#include "diag/compose.h"
 #include "diag/log.h"
 #include "events/event_slots.h"
 #include "logic/operation.h"
+#include "text/compose.h"
 
 /// What all members of the family do first: no callback may be missing, and the basic two are stored.
 template <typename... Others>

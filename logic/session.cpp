@@ -1,16 +1,16 @@
 // Opening and closing a session with the device, and what is known of the device meanwhile.
 #include "logic/ctllogics.h"
 
-#include "config/numbers.h"
-#include "device/commands.h"
 #include "device/ostrivane.h"
-#include "diag/compose.h"
-#include "diag/dates.h"
 #include "diag/language.h"
 #include "diag/log.h"
 #include "events/senders.h"
+#include "logic/command_names.h"
 #include "logic/operation.h"
 #include "platform/clock.h"
+#include "text/compose.h"
+#include "text/dates.h"
+#include "text/numbers.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -4,7 +4,7 @@
 #pragma once
 
 #include "api/tllogics.h"
-#include "config/shared_text.h"
+#include "text/shared_text.h"
 
 #include <atomic>
 #include <cstdint>
@@ -112,7 +112,7 @@ extern std::atomic<std::int32_t> g_nLastCallbackMode;
 extern std::atomic<std::int32_t> g_nCurrentLowLevelWarningState;
 extern LastCallbackType g_sLastCallbackType;
 extern SharedText g_sLastDeviceMessage;  // operations empty it, so that the first answer is a change
-extern std::atomic<char> g_nLastCommand; // names the last command sent, see device/commands.h
+extern std::atomic<char> g_nLastCommand; // names the last command sent, see command_names.h
 extern std::atomic<bool> g_bCommandMade; // the next status event is logged, repeated or not
 extern std::atomic<bool> g_bDeviceOpen;  // open for cash, as its last message says
 extern std::atomic<bool> g_bInitiated;   // as the exports see it

@@ -2,10 +2,10 @@
 // logic's state or counts as a pay-out.
 #include "logic/ctllogics.h"
 
-#include "device/commands.h"
 #include "device/ostrivane.h"
-#include "diag/compose.h"
+#include "logic/command_names.h"
 #include "logic/operation.h"
+#include "text/compose.h"
 
 namespace {
 

@@ -22,9 +22,6 @@ std::string windowsDirectory();
 /// Empty if the variable does not exist; an empty text if it exists and is empty.
 std::optional<std::string> environmentVariable(const char* name);
 
-/// True if "path" is a file that can be opened for reading. Directories and pipes are not.
-bool canRead(const std::string& path);
-
 /// Makes one level. True if the directory was made or something of that name stood there already.
 bool makeDirectory(const std::string& path);
 

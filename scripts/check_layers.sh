@@ -18,7 +18,7 @@ complain()
 }
 
 failed=0
-mapfile -t rooms < <(sources api device logic events config diag simulator examples bench |
+mapfile -t rooms < <(sources api device logic events config diag text simulator examples bench |
     grep -vE '_(posix|windows)\.(cpp|h|c)$')
 mapfile -t platform < <(sources platform)
 if [ ${#rooms[@]} -eq 0 ] || [ ${#platform[@]} -eq 0 ]; then
@@ -35,5 +35,5 @@ complain "Operating system header outside the platform layer" \
     "$(grep -nE "^\s*#\s*include\s*[<\"]($headers)\.h[>\"]" "${rooms[@]}" || true)"
 
 complain "The platform layer includes the rest of the system" \
-    "$(grep -nE '^\s*#\s*include\s*"' "${platform[@]}" | grep -vE '"platform/' || true)"
+    "$(grep -nE '^\s*#\s*include\s*"' "${platform[@]}" | grep -vE '"(platform|text)/' || true)"
 exit $failed

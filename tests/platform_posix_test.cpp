@@ -1,5 +1,6 @@
 // The platform layer on Linux: what protects the log files, the record of a post, and how the
 // library finds its own file.
+#include "platform/file_reading.h"
 #include "platform/files.h"
 #include "platform/messages.h"
 #include "platform/modules.h"

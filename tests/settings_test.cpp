@@ -2,9 +2,9 @@
 #include "till.h"
 
 #include "config/settings.h"
-#include "config/tagged_text.h"
 #include "diag/log.h"
 #include "environment.h"
+#include "text/tagged_text.h"
 
 namespace {
 

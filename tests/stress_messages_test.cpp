@@ -1,9 +1,9 @@
 // Two threads and the real clock: messages at full rate on one, the application on the other.
 #include "api/tllogics.h"
-#include "diag/compose.h"
 #include "events/queues.h"
 #include "logic/shared_state.h"
 #include "scripted_modules.h"
+#include "text/compose.h"
 
 #include <gtest/gtest.h>
 

@@ -3,10 +3,10 @@
 #pragma once
 
 #include "api/tllogics.h"
-#include "diag/compose.h"
 #include "logic/shared_state.h"
 #include "scratch.h"
 #include "scripted_modules.h"
+#include "text/compose.h"
 #include "virtual_clock.h"
 
 #include <gtest/gtest.h>

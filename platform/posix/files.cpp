@@ -49,17 +49,6 @@ std::optional<std::string> environmentVariable(const char* name)
     return value;
 }
 
-bool canRead(const std::string& path)
-{
-    const int descriptor = open(path.c_str(), O_RDONLY | CAREFUL);
-    if (descriptor < 0)
-        return false;
-    struct stat status = {};
-    const bool regular = isRegular(descriptor, status);
-    close(descriptor);
-    return regular;
-}
-
 bool makeDirectory(const std::string& path)
 {
     return mkdir(path.c_str(), 0777) == 0 || errno == EEXIST;

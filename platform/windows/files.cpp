@@ -47,18 +47,6 @@ std::optional<std::string> environmentVariable(const char* name)
     }
 }
 
-bool canRead(const std::string& path)
-{
-    const HANDLE file =
-        CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                    nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-    if (file == INVALID_HANDLE_VALUE)
-        return false;
-    const bool onDisk = GetFileType(file) == FILE_TYPE_DISK;
-    CloseHandle(file);
-    return onDisk;
-}
-
 bool makeDirectory(const std::string& path)
 {
     return CreateDirectoryA(path.c_str(), nullptr) != 0 || GetLastError() == ERROR_ALREADY_EXISTS;

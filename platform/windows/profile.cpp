@@ -1,6 +1,7 @@
 #include "platform/profile.h"
 
-#include "platform/decimal.h"
+#include "platform/file_reading.h"
+#include "text/numbers.h"
 
 #include <windows.h>
 
@@ -10,10 +11,8 @@ namespace platform {
 
 namespace {
 
-// No settings file is that big: whatever is there instead isn't worth the time.
 bool isTooBig(const std::string& path)
 {
-    constexpr DWORD LARGEST_FILE = 4 * 1024 * 1024;
     WIN32_FILE_ATTRIBUTE_DATA file;
     return GetFileAttributesExA(path.c_str(), GetFileExInfoStandard, &file) &&
            (file.nFileSizeHigh > 0 || file.nFileSizeLow > LARGEST_FILE);
@@ -26,7 +25,7 @@ std::int32_t profileInt(const char* section, const char* key, const std::string&
     if (isTooBig(path))
         return -1;
     // Windows wraps numbers around that don't fit, where every other number of ours stops at the limit.
-    const std::int32_t number = leadingDecimal(profileString(section, key, path));
+    const std::int32_t number = leadingNumber(profileString(section, key, path));
     using Limits = std::numeric_limits<std::int32_t>;
     if (number == Limits::max() || number == Limits::min())
         return number;

@@ -1,7 +1,7 @@
 // Dates as texts.
 #pragma once
 
-#include "diag/compose.h"
+#include "text/compose.h"
 
 #include <ctime>
 #include <string>

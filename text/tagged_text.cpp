@@ -1,6 +1,6 @@
-#include "config/tagged_text.h"
+#include "text/tagged_text.h"
 
-#include "config/numbers.h"
+#include "text/numbers.h"
 
 std::string getSettingsTag(const std::string& tag, const std::string& text, std::string& errorText)
 {

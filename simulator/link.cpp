@@ -120,7 +120,7 @@ private:
     bool m_inCallback = false;
 };
 
-Link::Opening Link::open(Callback callback, Settings settings)
+Opening Link::open(Callback callback, Settings settings)
 {
     if (callback == nullptr)
         return {OpeningCode::NO_CALLBACK, "No callback"};

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "simulator/device_model.h"
+#include "simulator/machine.h"
 
 #include <functional>
 #include <memory>
@@ -11,22 +12,9 @@
 
 namespace simulator {
 
-/// Why an opening fails. Users hand the code on as a status of their own, so none is one of theirs.
-struct OpeningCode {
-    static constexpr int BAD_SETTINGS = 20;
-    static constexpr int OPEN_ALREADY = 21;
-    static constexpr int NO_THREAD = 22;
-    static constexpr int NO_CALLBACK = 23;
-};
-
 class Link {
 public:
     using Callback = int (*)(const char* message);
-
-    struct Opening {
-        int code; // 0 if the link is open
-        std::string text;
-    };
 
     /// Starts a fresh device. Refused while a link is open.
     Opening open(Callback callback, Settings settings);

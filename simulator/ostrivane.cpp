@@ -93,7 +93,7 @@ Configuration& theConfiguration()
     return configuration;
 }
 
-Link::Opening openLink(Link::Callback callback)
+simulator::Opening openLink(Link::Callback callback)
 {
     Settings settings;
     try {
@@ -160,7 +160,7 @@ extern "C" {
 void tl_initiate2(int (*callback)(const char*), const char* /*portName*/, char* answer,
                   std::int16_t* returnCode)
 {
-    const Link::Opening opening = openLink(callback);
+    const simulator::Opening opening = openLink(callback);
     theConfiguration().setError(opening.code == 0 ? "" : opening.text);
     copyText(opening.text, answer, INITIATE_ANSWER_SIZE);
     *returnCode = static_cast<std::int16_t>(opening.code);

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <sstream>
+#include <string_view>
 
 CIniFile::CIniFile(std::string path) : m_sPath(std::move(path)) {}
 
@@ -16,11 +16,13 @@ bool CIniFile::ReadFile()
     const std::optional<std::string> text = platform::readFile(m_sPath);
     if (!text)
         return false;
-    std::istringstream lines(*text);
     std::string currentSection;
-    std::string line;
-    while (std::getline(lines, line)) {
-        if (!line.empty() && line.back() == '\r')
+    std::string_view rest = *text;
+    while (!rest.empty()) {
+        const std::size_t end = std::min(rest.find('\n'), rest.size());
+        std::string line(rest.substr(0, end));
+        rest.remove_prefix(std::min(end + 1, rest.size()));
+        if (line.ends_with('\r'))
             line.pop_back();
         if (line.empty())
             continue;

@@ -8,6 +8,7 @@
 #include "events/count_text.h"
 #include "events/senders.h"
 #include "logic/command_names.h"
+#include "logic/low_level_warning.h"
 #include "logic/shared_state.h"
 #include "text/ascii.h"
 #include "text/compose.h"
@@ -69,12 +70,9 @@ void stepOfA(DeviceMessage& message)
     g_nLastCallbackStatus = message.nStatus;
     g_nLastCallbackMode = message.nMode;
 
-    std::int32_t warning = g_nCurrentLowLevelWarningState;
-    if (message.nStatus == DEVICE_READY &&
-        (warning == LOW_LEVEL_WARNING_FALSE_PENDING || warning == LOW_LEVEL_WARNING_TRUE_PENDING)) {
-        logDebug(compose("ctllogics.callbackfunc(A): Updating g_nCurrentLowLevelWarningState: ", warning,
-                         " - > ", LOW_LEVEL_WARNING_FALSE, " (LOW_LEVEL_WARNING_FALSE)"));
-        g_nCurrentLowLevelWarningState.compare_exchange_strong(warning, LOW_LEVEL_WARNING_FALSE);
+    if (message.nStatus == DEVICE_READY) {
+        if (const auto step = g_nCurrentLowLevelWarningState.endPayOut())
+            logDebug("ctllogics.callbackfunc(A): " + step->text());
     }
 }
 

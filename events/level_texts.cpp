@@ -4,7 +4,7 @@
 #include "config/settings.h"
 #include "diag/language.h"
 #include "diag/log.h"
-#include "logic/shared_state.h"
+#include "logic/low_level_warning.h"
 #include "platform/clock.h"
 #include "text/compose.h"
 #include "text/dates.h"
@@ -66,7 +66,7 @@ std::int16_t readHigh(const std::string& text, CashLevel& level, std::int32_t co
 
 std::int16_t readLowOrEmpty(const std::string& text, CashLevel& level, std::int32_t code)
 {
-    g_nCurrentLowLevelWarningState = LOW_LEVEL_WARNING_TRUE;
+    g_nCurrentLowLevelWarningState.assumeLow();
     std::string extra;
     if (getDenomination(text, LOW_DENOMINATION_AT, level.denomination, level.denominationString, extra) !=
         TL_STATUS_OK)
@@ -122,7 +122,7 @@ std::int16_t getDenomination(const std::string& text, std::size_t position, std:
     const char second = position + 1 < text.size() ? text[position + 1] : '\0';
     if (second == ',' || second == '.') {
         // A fraction such as 0,50 is in the smallest unit already.
-        if (denominationString.size() <= 2)
+        if (denominationString.size() < 2)
             return TL_STATUS_ERROR;
         const std::string number = denominationString.substr(2);
         denomination = leadingNumber(number);

@@ -7,6 +7,7 @@
 #include "events/event_slots.h"
 #include "events/level_texts.h"
 #include "events/queues.h"
+#include "logic/low_level_warning.h"
 #include "logic/shared_state.h"
 #include "platform/messages.h"
 #include "text/compose.h"
@@ -155,10 +156,7 @@ std::int16_t sendCashLevelEvent(const std::string& strMessage, std::int32_t code
     CashLevel level;
     if (getCashLevels(strMessage, level, code) != TL_STATUS_OK) {
         // A warning that can't be read is a warning still.
-        logDebug(compose("sendCashLevelEvent: Updating g_nCurrentLowLevelWarningState: ",
-                         g_nCurrentLowLevelWarningState.load(), " - > ", LOW_LEVEL_WARNING_TRUE,
-                         " (LOW_LEVEL_WARNING_TRUE)"));
-        g_nCurrentLowLevelWarningState = LOW_LEVEL_WARNING_TRUE;
+        logDebug("sendCashLevelEvent: " + g_nCurrentLowLevelWarningState.assumeLow().text());
         return TL_STATUS_ERROR;
     }
     if (level.numberOf < 0)

@@ -3,6 +3,7 @@
 #include "logic/ctllogics.h"
 
 #include "diag/log.h"
+#include "logic/low_level_warning.h"
 #include "logic/operation.h"
 #include "platform/clock.h"
 #include "text/compose.h"
@@ -16,8 +17,7 @@ bool CTLLogics::mustAskFirst(const Operation& op, std::int32_t amount, const cha
     }
     if (amount < m_settings.getIntSetting(AskPayOutAmountLimit)) {
         // With low levels an earlier ask for the same amount doesn't count.
-        const std::int32_t warning = g_nCurrentLowLevelWarningState;
-        if (warning == LOW_LEVEL_WARNING_TRUE_PENDING || warning == LOW_LEVEL_WARNING_TRUE) {
+        if (g_nCurrentLowLevelWarningState.isLow()) {
             op.info(compose("Small amount to ", toPay, " but Cash Levels are low, call askPayout"));
             return true;
         }
@@ -67,16 +67,8 @@ void CTLLogics::addToPaidOutList(const Operation& op, std::int32_t amount)
 
 void CTLLogics::markLowLevelPending(const Operation& op) const
 {
-    // Exchanged and not stored: a warning that comes in meanwhile must not be lost.
-    const auto mark = [&op](std::int32_t from, std::int32_t to, const char* name) {
-        std::int32_t expected = from;
-        if (!g_nCurrentLowLevelWarningState.compare_exchange_strong(expected, to))
-            return false;
-        op.info(compose("Updating g_nCurrentLowLevelWarningState: ", from, " - > ", to, " (", name, ")"));
-        return true;
-    };
-    if (!mark(LOW_LEVEL_WARNING_FALSE, LOW_LEVEL_WARNING_FALSE_PENDING, "LOW_LEVEL_WARNING_FALSE_PENDING"))
-        mark(LOW_LEVEL_WARNING_TRUE, LOW_LEVEL_WARNING_TRUE_PENDING, "LOW_LEVEL_WARNING_TRUE_PENDING");
+    if (const auto step = g_nCurrentLowLevelWarningState.beginPayOut())
+        op.info(step->text());
 }
 
 /// Follows the payment from its send on: busy must be seen and, if the setting says so, the end of it. Every

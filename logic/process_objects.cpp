@@ -38,7 +38,6 @@ std::atomic<std::int32_t> g_nLoggSendEvents{1};
 std::atomic<std::int32_t> g_TLState{STATE_UNINITIATED};
 std::atomic<std::int32_t> g_nLastCallbackStatus{DEVICE_UNHEARD};
 std::atomic<std::int32_t> g_nLastCallbackMode{MODE_CONSUMED};
-std::atomic<std::int32_t> g_nCurrentLowLevelWarningState{LOW_LEVEL_WARNING_TRUE};
 LastCallbackType g_sLastCallbackType;
 SharedText g_sLastDeviceMessage;
 std::atomic<char> g_nLastCommand{0};

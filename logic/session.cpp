@@ -6,6 +6,7 @@
 #include "diag/log.h"
 #include "events/senders.h"
 #include "logic/command_names.h"
+#include "logic/low_level_warning.h"
 #include "logic/operation.h"
 #include "platform/clock.h"
 #include "text/compose.h"
@@ -84,7 +85,7 @@ std::int16_t CTLLogics::login(std::int16_t loginNumber, const std::string& login
 
     op.info("Resetting low level warning state to LOW_LEVEL_WARNING_TRUE to make sure the first payout call "
             "is made with an askPayout first.");
-    g_nCurrentLowLevelWarningState = LOW_LEVEL_WARNING_TRUE;
+    g_nCurrentLowLevelWarningState.assumeLow();
     g_bAskPayoutDone = false;
     g_nAskPayoutAmount = 0;
     op.prepare(COMMAND_LOGIN);

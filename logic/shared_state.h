@@ -42,14 +42,6 @@ enum DeviceMode : std::int32_t {
     MODE_ADMINISTRATION = 3
 };
 
-/// Whether small pay-outs must be asked for first.
-enum LowLevelWarning : std::int32_t {
-    LOW_LEVEL_WARNING_FALSE = 0,
-    LOW_LEVEL_WARNING_FALSE_PENDING = 1, // a pay-out is on its way, levels were good
-    LOW_LEVEL_WARNING_TRUE_PENDING = 2,  // a pay-out is on its way, levels were low
-    LOW_LEVEL_WARNING_TRUE = 3
-};
-
 /// Kind 1 of g_nApiVersionKind: long login and long messages.
 constexpr std::int32_t API_VERSION_KIND_LONG = 1;
 
@@ -109,7 +101,6 @@ struct CashCountResult {
 extern std::atomic<std::int32_t> g_TLState;
 extern std::atomic<std::int32_t> g_nLastCallbackStatus;
 extern std::atomic<std::int32_t> g_nLastCallbackMode;
-extern std::atomic<std::int32_t> g_nCurrentLowLevelWarningState;
 extern LastCallbackType g_sLastCallbackType;
 extern SharedText g_sLastDeviceMessage;  // operations empty it, so that the first answer is a change
 extern std::atomic<char> g_nLastCommand; // names the last command sent, see command_names.h

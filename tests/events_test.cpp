@@ -71,13 +71,17 @@ TEST_F(Events, LevelTextsThatCannotBeReadAreAWarningStill)
 {
     open();
     // A space where a low text has one, no number, no denomination, nothing behind it, and less than that.
-    for (const char* const text :
-         {"50 SEK", "0x 100 SEK", "0  100 SEK", "-- 100 SEK", "00 0,00 SEK", "00 100", "00 ", "1", ""}) {
-        g_nCurrentLowLevelWarningState = LOW_LEVEL_WARNING_FALSE;
+    for (const char* const text : {"50 SEK", "0x 100 SEK", "0  100 SEK", "-- 100 SEK", "00 0,00 SEK",
+                                   "00 100", "00 ", "1", "", "0,x", "x,5"}) {
+        setLowLevelWarning(LOW_LEVEL_WARNING_FALSE);
         EXPECT_EQ(Texts{}, of(text)) << text;
         EXPECT_EQ(LOW_LEVEL_WARNING_TRUE, g_nCurrentLowLevelWarningState) << text;
     }
     EXPECT_EQ(3, countOf("!! getCashLevels: strNumberOf conversion failed", errorLog()));
+    // Nothing behind the point is a number that reads as 0.
+    EXPECT_EQ(1, countOf("!! ctllogics.getDenomination: strDenomination conversion failed (denom=0), "
+                         "strDenomination = \"\", message = \"0,x\".",
+                         errorLog()));
 }
 
 TEST_F(Events, TextsAreCutToTheRoomThatTheyHaveAndWholeInTheLog)
@@ -110,7 +114,7 @@ TEST_F(Events, FilterSilencesADenominationFromItsDateOn)
         {"20261122:,20261122:10000", true}};
     for (const auto& [filter, filtered] : rows) {
         ASSERT_EQ("0 Done", call(changeSettingsTL, compose("LevelWarningFilter:", filter).c_str(), 0));
-        g_nCurrentLowLevelWarningState = LOW_LEVEL_WARNING_FALSE;
+        setLowLevelWarning(LOW_LEVEL_WARNING_FALSE);
         EXPECT_EQ(filtered, of("05 100 SEK").empty()) << filter;
         EXPECT_EQ(filtered, of("100 SEK").empty()) << filter;
         EXPECT_EQ(LOW_LEVEL_WARNING_TRUE, g_nCurrentLowLevelWarningState); // silenced is not forgotten
@@ -125,7 +129,7 @@ TEST_F(Events, AWindowFetchesItsTexts)
     of("100 SEK");
     of("00 20 SEK");
     EXPECT_EQ("0 05 100 SEK", call(getCashLevelInfoTL));
-    g_nCurrentLowLevelWarningState = LOW_LEVEL_WARNING_FALSE;
+    setLowLevelWarning(LOW_LEVEL_WARNING_FALSE);
     EXPECT_EQ("3|High|100|100 High ( SEK)|0 100 SEK", levelWarningInfo());
     EXPECT_EQ(LOW_LEVEL_WARNING_FALSE, g_nCurrentLowLevelWarningState);
     EXPECT_EQ("1|Empty|20|20 Empty|0 00 20 SEK", levelWarningInfo());

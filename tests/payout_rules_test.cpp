@@ -36,7 +36,7 @@ protected:
     void openUnasked(const std::string& settings)
     {
         open("AskPayOutAmountLimit:100000000;" + settings);
-        g_nCurrentLowLevelWarningState = LOW_LEVEL_WARNING_FALSE;
+        setLowLevelWarning(LOW_LEVEL_WARNING_FALSE);
     }
 
     /// What a later payout finds in the list of recent pay-outs.
@@ -71,7 +71,7 @@ TEST_F(PayoutRules, AsksBeforeItPays)
     for (const bool paying : {true, false}) {
         for (const Row& row : rows) {
             ASSERT_EQ("0 Done", call(askPayoutTL, row.askedBefore));
-            g_nCurrentLowLevelWarningState = row.warning;
+            setLowLevelWarning(row.warning);
             device.sent();
             EXPECT_EQ("0 Done", paying ? payout(row.amount) : dispense(row.amount));
             EXPECT_EQ(compose(row.asks ? "d" : "", paying ? "f" : "c"), device.sentLetters()) << row.amount;
@@ -123,7 +123,7 @@ TEST_F(PayoutRules, EachFailureLeavesBehindWhatItDid)
         set("PayOutAmountPerTimeLimitAmount:10000;");
         standReady(STATE_PAYIN_ENABLED, 900);
         ASSERT_EQ("0 Done", call(askPayoutTL, 5000));
-        g_nCurrentLowLevelWarningState = LOW_LEVEL_WARNING_FALSE;
+        setLowLevelWarning(LOW_LEVEL_WARNING_FALSE);
         row.cause(device);
         const int state = g_TLState;
         rest = -77;

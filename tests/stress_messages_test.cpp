@@ -1,6 +1,7 @@
 // Two threads and the real clock: messages at full rate on one, the application on the other.
 #include "api/tllogics.h"
 #include "events/queues.h"
+#include "logic/low_level_warning.h"
 #include "logic/shared_state.h"
 #include "scripted_modules.h"
 #include "text/compose.h"
@@ -36,7 +37,8 @@ protected:
                                        message.data()));
         ASSERT_EQ(
             0, initTL("Type:RS232;Name:COM7;", "LogDebug:0;LogComToCAPI:0;LogCAPIToCR:0;", message.data()));
-        g_nCurrentLowLevelWarningState = LOW_LEVEL_WARNING_FALSE;
+        g_nCurrentLowLevelWarningState.beginPayOut();
+        g_nCurrentLowLevelWarningState.endPayOut(); // nothing is asked for first
         g_TLState = STATE_PAYIN_ENABLED;
         ostrivane().deliver(head('a', 0));
     }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "api/tllogics.h"
+#include "logic/low_level_warning.h"
 #include "logic/shared_state.h"
 #include "scratch.h"
 #include "scripted_modules.h"
@@ -243,6 +244,18 @@ private:
     static inline Texts heard;
     std::map<std::string, std::size_t> m_seen;
 };
+
+/// By the steps that lead there.
+inline void setLowLevelWarning(int value)
+{
+    g_nCurrentLowLevelWarningState.assumeLow();
+    if (value < LOW_LEVEL_WARNING_TRUE)
+        g_nCurrentLowLevelWarningState.beginPayOut();
+    if (value < LOW_LEVEL_WARNING_TRUE_PENDING)
+        g_nCurrentLowLevelWarningState.endPayOut();
+    if (value == LOW_LEVEL_WARNING_FALSE_PENDING)
+        g_nCurrentLowLevelWarningState.beginPayOut();
+}
 
 /// How often a text is part of a line.
 inline int countOf(const std::string& text, const Texts& lines)

@@ -72,16 +72,18 @@ TEST_F(Events, LevelTextsThatCannotBeReadAreAWarningStill)
     open();
     // A space where a low text has one, no number, no denomination, nothing behind it, and less than that.
     for (const char* const text : {"50 SEK", "0x 100 SEK", "0  100 SEK", "-- 100 SEK", "00 0,00 SEK",
-                                   "00 100", "00 ", "1", "", "0,x", "x,5"}) {
+                                   "00 100", "00 ", "1", "", "0,x", "-,5"}) {
         setLowLevelWarning(LOW_LEVEL_WARNING_FALSE);
         EXPECT_EQ(Texts{}, of(text)) << text;
         EXPECT_EQ(LOW_LEVEL_WARNING_TRUE, g_nCurrentLowLevelWarningState) << text;
     }
-    EXPECT_EQ(3, countOf("!! getCashLevels: strNumberOf conversion failed", errorLog()));
+    const Texts errors = errorLog();
+    EXPECT_EQ(3, countOf("!! getCashLevels: strNumberOf conversion failed", errors));
     // Nothing behind the point is a number that reads as 0.
     EXPECT_EQ(1, countOf("!! ctllogics.getDenomination: strDenomination conversion failed (denom=0), "
                          "strDenomination = \"\", message = \"0,x\".",
-                         errorLog()));
+                         errors));
+    EXPECT_EQ(0, countOf("message = \"-,5\"", errors));
 }
 
 TEST_F(Events, TextsAreCutToTheRoomThatTheyHaveAndWholeInTheLog)

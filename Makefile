@@ -17,7 +17,7 @@ help:
 
 demo:
 	@scripts/setup.sh demo
-	cmake --preset linux -DTLLOGICS_TESTS=OFF
+	cmake --preset linux
 	cmake --build --preset linux --target till
 	build/linux/till sale
 
@@ -32,7 +32,7 @@ check-format check-layers:
 
 bench:
 	@scripts/setup.sh bench
-	cmake --preset linux -DTLLOGICS_TESTS=OFF -DTLLOGICS_BENCH=ON
+	cmake --preset linux
 	cmake --build --preset linux --target benchmarks
 	@mkdir -p build/bench_logs
 	TLLOGS=build/bench_logs build/linux/interface_bench

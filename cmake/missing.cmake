@@ -2,7 +2,7 @@
 # targets don't need it.
 function(tl_missing target what package)
     add_custom_target(${target}_need COMMAND ${CMAKE_COMMAND} -E echo
-                      "To build \"${target}\", ${what} is missing: install ${package} and configure again."
+                      "\"${target}\" needs ${what}: install ${package} and configure again."
                       COMMAND ${CMAKE_COMMAND} -E false VERBATIM)
     add_dependencies(${target} ${target}_need)
 endfunction()

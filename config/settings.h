@@ -109,11 +109,12 @@ std::string getRuntimePath();
 /// This library's file name, as it is called in the log on every platform.
 constexpr const char* LIBRARY_FILE_NAME = "tllogics.dll";
 
-// Process-wide copies, see process_objects.cpp. Those of the log's gates stand in diag/log.h.
-extern std::atomic<std::int32_t> g_nCurrencyDecimals;
-extern std::atomic<std::int32_t> g_nLegacySystem;
-extern std::atomic<std::int32_t> g_nAutoDisable;
-extern std::atomic<std::int32_t> g_nForwardCallbackChangeOnly;
+// Process-wide copies, as they are until the settings file is read. Those of the log's gates stand in
+// diag/log.h.
+inline constinit std::atomic<std::int32_t> g_nCurrencyDecimals{2};
+inline constinit std::atomic<std::int32_t> g_nLegacySystem{0};
+inline constinit std::atomic<std::int32_t> g_nAutoDisable{0};
+inline constinit std::atomic<std::int32_t> g_nForwardCallbackChangeOnly{1};
 extern SharedText g_strLevelWarningFilter;
-extern std::atomic<std::int32_t> g_nLoggEveryCallback;
-extern std::atomic<std::int32_t> g_nLoggSendEvents;
+inline constinit std::atomic<std::int32_t> g_nLoggEveryCallback{0};
+inline constinit std::atomic<std::int32_t> g_nLoggSendEvents{1};

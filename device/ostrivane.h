@@ -86,9 +86,9 @@ private:
     platform::Module m_hLibrary = nullptr; // null while nothing is loaded
 };
 
-// Process-wide, see process_objects.cpp.
+// Process-wide; process_objects.cpp builds the object.
 extern COstrivane g_ostrivane;
-extern InitiateFunction fp_tl_initiate; // null until bound
-extern DiniFunction fp_tl_dini;
-extern CommandFunction fp_tl_002;
-extern LoggedOutFunction fp_tl_loggedout; // null also if the library has none
+inline constinit InitiateFunction fp_tl_initiate = nullptr; // null until bound
+inline constinit DiniFunction fp_tl_dini = nullptr;
+inline constinit CommandFunction fp_tl_002 = nullptr;
+inline constinit LoggedOutFunction fp_tl_loggedout = nullptr; // null also if the library has none

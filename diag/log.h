@@ -69,15 +69,15 @@ private:
     bool m_bNoDirectory = false;
 };
 
-// Process-wide, see process_objects.cpp.
+// Process-wide; process_objects.cpp builds what needs building.
 extern std::unique_ptr<CLogFiles> g_pLogFiles;
 extern std::string g_sLogSubfolder;
-extern std::mutex g_logLock;           // guards the two above
-extern std::atomic<bool> g_bUnloading; // see expectUnload
+extern std::mutex g_logLock;                            // guards the two above
+inline constinit std::atomic<bool> g_bUnloading{false}; // see expectUnload
 
 // What is logged, by kind; the current values of the settings of the same names.
-extern std::atomic<bool> g_bLogCRToCAPI;
-extern std::atomic<bool> g_bLogCAPIToCR;
-extern std::atomic<bool> g_bLogComToCAPI;
-extern std::atomic<bool> g_bLogCAPIToCom;
-extern std::atomic<bool> g_bLogDebug;
+inline constinit std::atomic<bool> g_bLogCRToCAPI{true};
+inline constinit std::atomic<bool> g_bLogCAPIToCR{true};
+inline constinit std::atomic<bool> g_bLogComToCAPI{true};
+inline constinit std::atomic<bool> g_bLogCAPIToCom{true};
+inline constinit std::atomic<bool> g_bLogDebug{true};

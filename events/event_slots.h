@@ -6,14 +6,14 @@
 #include <atomic>
 #include <cstdint>
 
-// Filled by registration, emptied by exit. See process_objects.cpp.
-extern std::atomic<TLStatusEvent> g_fnStatusEvent;
-extern std::atomic<TLErrorEvent> g_fnErrorEvent;
-extern std::atomic<TLCashLevelEvent> g_fnCashLevelEvent;
-extern std::atomic<TLLevelWarningEvent> g_fnLevelWarningEvent;
-extern std::atomic<TLInformationEvent> g_fnInformationEvent;
-extern std::atomic<TLCashSessionEvent> g_fnCashSessionEvent;
-extern std::atomic<TLWindowHandle> g_hwndMessageTo; // null: none
+// Filled by registration, emptied by exit.
+inline constinit std::atomic<TLStatusEvent> g_fnStatusEvent{nullptr};
+inline constinit std::atomic<TLErrorEvent> g_fnErrorEvent{nullptr};
+inline constinit std::atomic<TLCashLevelEvent> g_fnCashLevelEvent{nullptr};
+inline constinit std::atomic<TLLevelWarningEvent> g_fnLevelWarningEvent{nullptr};
+inline constinit std::atomic<TLInformationEvent> g_fnInformationEvent{nullptr};
+inline constinit std::atomic<TLCashSessionEvent> g_fnCashSessionEvent{nullptr};
+inline constinit std::atomic<TLWindowHandle> g_hwndMessageTo{nullptr}; // null: none
 
 /// Numbers of the registered messages, the same for the life of the process.
 struct WindowMessages {
@@ -26,6 +26,6 @@ struct WindowMessages {
 extern const WindowMessages g_windowMessages;
 
 // The status event last logged; -1 after any other event.
-extern std::atomic<std::int32_t> g_nLastEventAmount;
-extern std::atomic<std::int32_t> g_nLastEventStatus;
-extern std::atomic<std::int32_t> g_nLastEventMode;
+inline constinit std::atomic<std::int32_t> g_nLastEventAmount{-1};
+inline constinit std::atomic<std::int32_t> g_nLastEventStatus{-1};
+inline constinit std::atomic<std::int32_t> g_nLastEventMode{-1};

@@ -1,6 +1,6 @@
 // What the device's messages write and the operations poll. All of it is process-wide and shared by two
 // threads: the application's, which runs the operations, and the communication library's, which runs the
-// decoder. See process_objects.cpp for the objects themselves.
+// decoder. process_objects.cpp has the objects that need building.
 #pragma once
 
 #include "api/tllogics.h"
@@ -98,26 +98,36 @@ struct CashCountResult {
     std::vector<CashCountRecord> notes;
 };
 
-extern std::atomic<std::int32_t> g_TLState;
-extern std::atomic<std::int32_t> g_nLastCallbackStatus;
-extern std::atomic<std::int32_t> g_nLastCallbackMode;
+inline constinit std::atomic<std::int32_t> g_TLState{STATE_UNINITIATED};
+inline constinit std::atomic<std::int32_t> g_nLastCallbackStatus{DEVICE_UNHEARD};
+inline constinit std::atomic<std::int32_t> g_nLastCallbackMode{MODE_CONSUMED};
 extern LastCallbackType g_sLastCallbackType;
-extern SharedText g_sLastDeviceMessage;  // operations empty it, so that the first answer is a change
-extern std::atomic<char> g_nLastCommand; // names the last command sent, see command_names.h
-extern std::atomic<bool> g_bCommandMade; // the next status event is logged, repeated or not
-extern std::atomic<bool> g_bDeviceOpen;  // open for cash, as its last message says
-extern std::atomic<bool> g_bInitiated;   // as the exports see it
-extern std::atomic<std::int32_t> g_nApiVersionKind; // first digit of the device's "v" answer
+extern SharedText g_sLastDeviceMessage; // operations empty it, so that the first answer is a change
+/// Names the last command sent, see command_names.h.
+inline constinit std::atomic<char> g_nLastCommand{0};
+/// The next status event is logged, repeated or not.
+inline constinit std::atomic<bool> g_bCommandMade{true};
+/// Open for cash, as the device's last message says.
+inline constinit std::atomic<bool> g_bDeviceOpen{false};
+/// As the exports see it.
+inline constinit std::atomic<bool> g_bInitiated{false};
+/// First digit of the device's "v" answer.
+inline constinit std::atomic<std::int32_t> g_nApiVersionKind{0};
 extern SharedText g_sApiVersion;
 extern SharedText g_sMasterVersion;
 extern SharedText g_sSupportedCommands;
-extern std::atomic<std::int32_t> g_nCallbackDepth; // application callbacks in progress
+/// Application callbacks in progress.
+inline constinit std::atomic<std::int32_t> g_nCallbackDepth{0};
 
-extern std::atomic<std::int32_t> g_nAmountPaidIn;  // by the device's last message
-extern std::atomic<std::int32_t> g_nAskPayoutRest; // what the device can't make up of the amount asked
-extern std::atomic<std::int32_t> g_nAskPayoutAmount;
-extern std::atomic<bool> g_bAskPayoutDone;     // an ask succeeded and no pay-out has used it up
-extern std::atomic<bool> g_bSendingPayCommand; // status messages raise no event meanwhile
+/// By the device's last message.
+inline constinit std::atomic<std::int32_t> g_nAmountPaidIn{0};
+/// What the device can't make up of the amount asked.
+inline constinit std::atomic<std::int32_t> g_nAskPayoutRest{0};
+inline constinit std::atomic<std::int32_t> g_nAskPayoutAmount{0};
+/// An ask succeeded and no pay-out has used it up.
+inline constinit std::atomic<bool> g_bAskPayoutDone{false};
+/// Status messages raise no event meanwhile.
+inline constinit std::atomic<bool> g_bSendingPayCommand{false};
 
 extern SharedText g_sCountParts; // parts of a cash count so far
 extern SharedText g_sEParts;     // parts of an administration answer so far, joined with "|"

@@ -10,7 +10,7 @@ help:
 	@echo "make test-tsan     the tests with the thread sanitizer"
 	@echo "make test-asan     the tests with the address and undefined-behaviour sanitizers"
 	@echo "make check-format  find what clang-format would change"
-	@echo "make check-layers  find knowledge of the operating system outside platform/"
+	@echo "make check-layers  find includes that point up, and knowledge of the operating system outside platform/"
 	@echo "make bench         build and run the measurements"
 	@echo "make format        format all sources"
 	@echo "make clean         remove everything that was built"

@@ -79,7 +79,7 @@ std::int16_t readTail(const std::string& whole, DeviceMessage& message)
 {
     if (whole.size() == HEAD_LENGTH)
         return TL_STATUS_OK;
-    if (g_nApiVersionKind != API_VERSION_KIND_LONG) {
+    if (!deviceHasLongForms()) {
         message.strMessage = whole.substr(HEAD_LENGTH);
         return TL_STATUS_OK;
     }

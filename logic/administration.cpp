@@ -3,7 +3,6 @@
 #include "logic/ctllogics.h"
 
 #include "device/ostrivane.h"
-#include "diag/language.h"
 #include "diag/log.h"
 #include "events/count_text.h"
 #include "logic/command_names.h"
@@ -17,6 +16,8 @@ constexpr std::size_t SHORTEST_REST = 4;
 
 constexpr std::size_t BODY_AT = 2;
 
+constexpr BusyGate DESPITE_ERROR{.onError = OnError::GoOn};
+
 void prepareForParts(const Operation& op, char letter)
 {
     g_bAskPayoutDone = false;
@@ -24,17 +25,30 @@ void prepareForParts(const Operation& op, char letter)
     g_sEParts.clear();
 }
 
-Refusal needsAdminMode(const Operation& op, const char* label)
+bool lacksAdminMode(Operation& op, const char* label)
 {
-    if (g_nLastCallbackMode == MODE_ADMINISTRATION)
-        return std::nullopt;
-    return op.refuse(TL_STATUS_NOT_SUPPORTED, "Not Supported",
-                     compose(label, " is not supported not in Admin Mode"));
+    return op.refusedIf(g_nLastCallbackMode != MODE_ADMINISTRATION, TL_STATUS_NOT_SUPPORTED, "Not Supported",
+                        compose(label, " is not supported not in Admin Mode"));
 }
 
-Refusal busyGate(const Operation& op)
+void logWaitForParts()
 {
-    return op.busyGate(Ready::PayinEnabledOrDisabled, BUSY_TIMEOUT, OnError::GoOn);
+    logDebug("start wait for CALLBACK_TYPE_E_ALL_PARTS");
+}
+
+/// The device's answer as far as it came in time.
+std::string waitForParts(const CTLLogics& logic)
+{
+    logWaitForParts();
+    logic.waitForCallback("e-all", ANSWER_TIMEOUT);
+    const std::string parts = g_sEParts.get();
+    logDebug(parts);
+    return parts;
+}
+
+std::int16_t failedToComply(const Operation& op)
+{
+    return op.answer(TL_STATUS_FAILED_TO_COMPLY, "Failed to comply");
 }
 
 bool namesWhatIsLeft(const std::string& part)
@@ -77,21 +91,21 @@ std::string restOf(const std::string& answer)
 
 std::int16_t CTLLogics::adminMode(std::int16_t adminModeType, std::string& message)
 {
-    const Operation op(*this, "adminMode", message);
+    Operation op(*this, "adminMode", message);
     op.enter(compose("CTLLogics::adminMode(", adminModeType, ")"));
-    if (const auto refusal = busyGate(op))
-        return *refusal;
-    if (const std::int32_t state = g_TLState; state != STATE_PAYIN_DISABLED)
-        return op.refuse(TL_STATUS_FAILED_TO_COMPLY, "Failed to comply",
-                         compose("AdminMode is not allowed from state ", stateName(state)));
-    if (g_nAmountPaidIn >= 1)
-        return op.refuse(TL_STATUS_FAILED_TO_COMPLY, "Failed to comply",
-                         "AdminMode is not allowed when inserted amount > 0");
+    if (op.busy(DESPITE_ERROR))
+        return op.outcome();
+    const std::int32_t state = g_TLState;
+    if (op.refusedIf(state != STATE_PAYIN_DISABLED, TL_STATUS_FAILED_TO_COMPLY, "Failed to comply",
+                     compose("AdminMode is not allowed from state ", stateName(state))) ||
+        op.refusedIf(g_nAmountPaidIn >= 1, TL_STATUS_FAILED_TO_COMPLY, "Failed to comply",
+                     "AdminMode is not allowed when inserted amount > 0"))
+        return op.outcome();
 
     g_bAskPayoutDone = false;
     op.prepare(COMMAND_ADMIN_MODE);
     const std::int16_t sent = g_ostrivane.adminMode(adminModeType, message);
-    if (sent != TL_STATUS_OK && g_nApiVersionKind != API_VERSION_KIND_LONG) {
+    if (sent != TL_STATUS_OK && !deviceHasLongForms()) {
         op.failed("COstrivane::adminMode", sent);
         return TL_STATUS_BUSY; // whatever the code was
     }
@@ -100,14 +114,11 @@ std::int16_t CTLLogics::adminMode(std::int16_t adminModeType, std::string& messa
 
 std::int16_t CTLLogics::endReplenish(const std::string& transactionId, std::string& message)
 {
-    const Operation op(*this, "endReplenish", message);
+    Operation op(*this, "endReplenish", message);
     op.enter(compose("CTLLogics::endReplenish(", transactionId, ")"));
-    if (const auto refusal = busyGate(op))
-        return *refusal;
-    if (const auto refusal = op.needsState("End Replenish", {STATE_PAYIN_DISABLED}))
-        return *refusal;
-    if (const auto refusal = needsAdminMode(op, "End Replenish"))
-        return *refusal;
+    if (op.busy(DESPITE_ERROR) || op.lacksState("End Replenish", {STATE_PAYIN_DISABLED}) ||
+        lacksAdminMode(op, "End Replenish"))
+        return op.outcome();
 
     g_bAskPayoutDone = false;
     op.prepare(COMMAND_END_REPLENISH);
@@ -124,14 +135,11 @@ std::int16_t CTLLogics::endReplenish(const std::string& transactionId, std::stri
 
 std::int16_t CTLLogics::unlock(std::uint32_t number, std::string& message)
 {
-    const Operation op(*this, "unlock", message);
+    Operation op(*this, "unlock", message);
     op.enter(compose("CTLLogics::unlock(", number, ")"));
-    if (const auto refusal = busyGate(op))
-        return *refusal;
-    if (const auto refusal = op.needsState("Unlock", {STATE_PAYIN_DISABLED}))
-        return *refusal;
-    if (const auto refusal = needsAdminMode(op, "Unlock"))
-        return *refusal;
+    if (op.busy(DESPITE_ERROR) || op.lacksState("Unlock", {STATE_PAYIN_DISABLED}) ||
+        lacksAdminMode(op, "Unlock"))
+        return op.outcome();
 
     g_bAskPayoutDone = false;
     op.prepare(COMMAND_UNLOCK);
@@ -141,7 +149,7 @@ std::int16_t CTLLogics::unlock(std::uint32_t number, std::string& message)
     g_nLastCallbackStatus = DEVICE_READY; // whatever the send said
     logWaitForParts();
     const std::int16_t answered = waitForCallback("e-all", ANSWER_TIMEOUT);
-    if (answered != TL_STATUS_OK && g_nApiVersionKind != API_VERSION_KIND_LONG) {
+    if (answered != TL_STATUS_OK && !deviceHasLongForms()) {
         op.failed("COstrivane::unlock", answered);
         return TL_STATUS_BUSY;
     }
@@ -151,35 +159,30 @@ std::int16_t CTLLogics::unlock(std::uint32_t number, std::string& message)
 std::int16_t CTLLogics::collectToCashFloat(std::int16_t type, std::string& coinsAndNotes,
                                            const std::string& transactionId, std::string& message)
 {
-    const Operation op(*this, "collectToCashFloat", message);
+    Operation op(*this, "collectToCashFloat", message);
     op.enter(
         compose("CTLLogics::collectToCashFloat(", type, ",coinsAndNotes,\"", transactionId, "\", message)"));
-    if (const auto refusal = busyGate(op))
-        return *refusal;
-    if (const auto refusal = op.needsState("Collect To CashFloat", {STATE_PAYIN_DISABLED}))
-        return *refusal;
-    if (const auto refusal = needsAdminMode(op, "Collect To CashFloat"))
-        return *refusal;
+    if (op.busy(DESPITE_ERROR) || op.lacksState("Collect To CashFloat", {STATE_PAYIN_DISABLED}) ||
+        lacksAdminMode(op, "Collect To CashFloat"))
+        return op.outcome();
 
     prepareForParts(op, COMMAND_COLLECT);
     if (const std::int16_t sent = g_ostrivane.collectToCashFloat(type, coinsAndNotes, transactionId, message);
         sent != TL_STATUS_OK)
         return op.failed("COstrivane::collectToCashFloat", sent);
-    coinsAndNotes = restOf(waitForParts());
-    return coinsAndNotes.size() < SHORTEST_REST ? op.done() : failedToComply(message);
+    coinsAndNotes = restOf(waitForParts(*this));
+    return coinsAndNotes.size() < SHORTEST_REST ? op.done() : failedToComply(op);
 }
 
 std::int16_t CTLLogics::dispenseSpecified(std::int16_t type, std::string& coinsAndNotes, std::int32_t amount,
                                           const std::string& transactionId, std::string& message)
 {
-    const Operation op(*this, "dispenseSpecified", message);
+    Operation op(*this, "dispenseSpecified", message);
     op.enter(
         compose("CTLLogics::dispenseSpecified(", type, ",coinsAndNotes,\"", transactionId, "\", message)"));
-    if (const auto refusal = busyGate(op))
-        return *refusal;
-    if (const auto refusal =
-            op.needsState("Dispense Specified", {STATE_PAYIN_DISABLED, STATE_CASH_DEPOSITED}))
-        return *refusal;
+    if (op.busy(DESPITE_ERROR) ||
+        op.lacksState("Dispense Specified", {STATE_PAYIN_DISABLED, STATE_CASH_DEPOSITED}))
+        return op.outcome();
     if (amount > MAX_AMOUNT) {
         coinsAndNotes.clear(); // unlike other refusals, nothing comes back as not paid
         return op.refuse(TL_STATUS_INPUT_PARAM_ERROR, "Amount to dispense too big",
@@ -190,9 +193,9 @@ std::int16_t CTLLogics::dispenseSpecified(std::int16_t type, std::string& coinsA
     if (const std::int16_t sent = g_ostrivane.dispenseSpecified(type, coinsAndNotes, transactionId, message);
         sent != TL_STATUS_OK)
         return op.failed("COstrivane::dispenseSpecified", sent);
-    coinsAndNotes = restOf(waitForParts());
+    coinsAndNotes = restOf(waitForParts(*this));
     if (coinsAndNotes.size() >= SHORTEST_REST)
-        return failedToComply(message);
+        return failedToComply(op);
     g_TLState = STATE_PAYIN_DISABLED;
     return op.done();
 }
@@ -200,14 +203,11 @@ std::int16_t CTLLogics::dispenseSpecified(std::int16_t type, std::string& coinsA
 std::int16_t CTLLogics::purge(std::uint32_t number, std::string& coinsAndNotes,
                               const std::string& transactionId, std::string& message)
 {
-    const Operation op(*this, "purge", message);
+    Operation op(*this, "purge", message);
     op.enter(compose("CTLLogics::purge(", number, ",coinsAndNotes,,\"", transactionId, "\", message)"));
-    if (const auto refusal = busyGate(op))
-        return *refusal;
-    if (const auto refusal = op.needsState("Purge", {STATE_PAYIN_DISABLED, STATE_CASH_DEPOSITED}))
-        return *refusal;
-    if (const auto refusal = needsAdminMode(op, "Purge"))
-        return *refusal;
+    if (op.busy(DESPITE_ERROR) || op.lacksState("Purge", {STATE_PAYIN_DISABLED, STATE_CASH_DEPOSITED}) ||
+        lacksAdminMode(op, "Purge"))
+        return op.outcome();
 
     prepareForParts(op, COMMAND_PURGE);
     if (const std::int16_t sent = g_ostrivane.purge(number, message); sent != TL_STATUS_OK)
@@ -216,35 +216,14 @@ std::int16_t CTLLogics::purge(std::uint32_t number, std::string& coinsAndNotes,
     // Reads the answer in its own way: any record of what is left is a failure, however short.
     bool anyLeft = false;
     coinsAndNotes.clear();
-    for (const std::string& part : split(waitForParts(), '|')) {
+    for (const std::string& part : split(waitForParts(*this), '|')) {
         if (!namesWhatIsLeft(part))
             continue;
         anyLeft = true;
         coinsAndNotes += bodyUpTo(part, part.find('~', BODY_AT) != std::string::npos ? '~' : '.');
     }
     if (anyLeft || coinsAndNotes.size() >= SHORTEST_REST)
-        return failedToComply(message);
+        return failedToComply(op);
     g_TLState = STATE_PAYIN_DISABLED;
     return op.done();
-}
-
-void CTLLogics::logWaitForParts() const
-{
-    logDebug("start wait for CALLBACK_TYPE_E_ALL_PARTS");
-}
-
-/// The device's answer as far as it came in time.
-std::string CTLLogics::waitForParts() const
-{
-    logWaitForParts();
-    waitForCallback("e-all", ANSWER_TIMEOUT);
-    const std::string parts = g_sEParts.get();
-    logDebug(parts);
-    return parts;
-}
-
-std::int16_t CTLLogics::failedToComply(std::string& message) const
-{
-    message = lookupText("Failed to comply");
-    return TL_STATUS_FAILED_TO_COMPLY;
 }

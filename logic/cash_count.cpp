@@ -2,7 +2,6 @@
 #include "logic/ctllogics.h"
 
 #include "device/ostrivane.h"
-#include "diag/language.h"
 #include "diag/log.h"
 #include "logic/command_names.h"
 #include "logic/operation.h"
@@ -12,37 +11,22 @@ namespace {
 
 constexpr std::int64_t COUNT_TIMEOUT = 10000;
 
-} // namespace
-
-std::int16_t CTLLogics::cashCount(std::vector<CashCountRecord>& coins, std::vector<CashCountRecord>& notes,
-                                  std::string& message)
-{
-    const Operation op(*this, "cashCount", message);
-    return count(op, COMMAND_CASH_COUNT, &COstrivane::cashCount, coins, notes, message);
-}
-
-std::int16_t CTLLogics::completeCashCount(std::vector<CashCountRecord>& coins,
-                                          std::vector<CashCountRecord>& notes, std::string& message)
-{
-    const Operation op(*this, "completeCashCount", message);
-    return count(op, COMMAND_COMPLETE_CASH_COUNT, &COstrivane::completeCashCount, coins, notes, message);
-}
+using CountCommand = std::int16_t (COstrivane::*)(std::string& message);
 
 /// Both counts: they differ in their command alone. Asked for in every state, an error included.
-std::int16_t CTLLogics::count(const Operation& op, char letter, CountCommand command,
-                              std::vector<CashCountRecord>& coins, std::vector<CashCountRecord>& notes,
-                              std::string& message)
+std::int16_t count(Operation& op, char letter, CountCommand command, std::vector<CashCountRecord>& coins,
+                   std::vector<CashCountRecord>& notes)
 {
     op.enter(compose("CTLLogics::", op.name(), "()"));
-    if (const auto refusal = op.busyGate(Ready::PayinEnabledOrDisabled, BUSY_TIMEOUT, OnError::GoOn))
-        return *refusal;
+    if (op.busy({.onError = OnError::GoOn}))
+        return op.outcome();
     g_bAskPayoutDone = false;
     op.prepare(letter);
-    if (const std::int16_t sent = (g_ostrivane.*command)(message); sent != TL_STATUS_OK)
+    if (const std::int16_t sent = (g_ostrivane.*command)(op.message()); sent != TL_STATUS_OK)
         return op.failed("COstrivane::reset", sent); // worded so for both counts
 
     logDebug("start wait for CALLBACK_TYPE_J_ALL_PARTS");
-    const std::int16_t answered = waitForCallback("j-all", COUNT_TIMEOUT);
+    const std::int16_t answered = op.logic().waitForCallback("j-all", COUNT_TIMEOUT);
     logDebug("finished wait for CALLBACK_TYPE_J_ALL_PARTS");
     if (answered == TL_STATUS_TIMEOUT)
         return op.refuse(TL_STATUS_TIMEOUT, "Timed out", compose(op.name(), " timed out"));
@@ -54,7 +38,23 @@ std::int16_t CTLLogics::count(const Operation& op, char letter, CountCommand com
         notes = g_cashCountResult.notes;
     }
     logDebug("results combined!");
-    message = lookupText("Done");
+    op.done();
     logDebug(compose("CTLLogics::", op.name(), " returning status = Ok."));
     return TL_STATUS_OK;
+}
+
+} // namespace
+
+std::int16_t CTLLogics::cashCount(std::vector<CashCountRecord>& coins, std::vector<CashCountRecord>& notes,
+                                  std::string& message)
+{
+    Operation op(*this, "cashCount", message);
+    return count(op, COMMAND_CASH_COUNT, &COstrivane::cashCount, coins, notes);
+}
+
+std::int16_t CTLLogics::completeCashCount(std::vector<CashCountRecord>& coins,
+                                          std::vector<CashCountRecord>& notes, std::string& message)
+{
+    Operation op(*this, "completeCashCount", message);
+    return count(op, COMMAND_COMPLETE_CASH_COUNT, &COstrivane::completeCashCount, coins, notes);
 }

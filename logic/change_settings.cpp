@@ -7,7 +7,7 @@
 std::int16_t CTLLogics::changeSettings(const std::string& initSettings, std::int16_t durationType,
                                        std::string& message)
 {
-    const Operation op(*this, "changeSettings", message);
+    Operation op(*this, "changeSettings", message);
     op.enter(compose("CTLLogics::changeSettings(\"", initSettings, "\", ", durationType, ")"));
     m_settings.NewSettings(initSettings, durationType);
     for (const SettingRow& row : settingsTable())

@@ -4,21 +4,12 @@
 #include "api/tllogics.h"
 #include "config/settings.h"
 #include "logic/paid_out_list.h"
+#include "logic/shared_state.h"
 
 #include <array>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
-
-class COstrivane;
-class Operation;
-
-/// Which statuses a wait for a ready device takes.
-enum class Ready { PayinEnabledOnly, PayinEnabledOrDisabled };
-
-/// A status to return, or nothing: go on.
-using Refusal = std::optional<std::int16_t>;
 
 /// One object, built as the library is loaded. Every method but the constructor and the destructor
 /// returns a status code and fills "message"; all run on the application's thread, since a wait on the
@@ -49,6 +40,8 @@ public:
                                   TLLevelWarningEvent levelWarning, TLCashSessionEvent cashSession,
                                   std::string& message);
     std::int16_t registerHwnd(TLWindowHandle hwndMessageTo, std::string& message);
+    /// What the five above share: stores the two callbacks and leaves "message" as it is.
+    std::int16_t registerBasicEvents(TLStatusEvent status, TLErrorEvent error, std::string& message);
 
     // Session
     std::int16_t login(std::int16_t loginNumber, const std::string& loginText, std::string& message);
@@ -58,6 +51,9 @@ public:
     std::int16_t isOpen(std::uint32_t& open, std::string& message);
     std::int16_t info(std::uint32_t& level, std::string& commands, std::string& master, std::string& version,
                       std::string& message);
+    /// The two questions that a login asks before it opens the device.
+    std::int16_t queryCommandSet(std::string& message);
+    std::int16_t versionTL(std::string& message);
 
     // Pay-in
     std::int16_t enablePayin(std::string& message);
@@ -111,57 +107,22 @@ public:
     // Settings
     std::int16_t changeSettings(const std::string& initSettings, std::int16_t durationType,
                                 std::string& message);
-
-private:
-    std::int16_t initialize(const std::string& portSettings, std::string& message);
-    void logLibraryFacts() const;
-    void getIniFileSettings();
     void restoreSettings();
-    /// At every way out of a pay-out that went as far as the device.
-    void endOnePayOutSettings();
+    const CTLSettings& settings() const { return m_settings; }
 
-    template <typename... Others>
-    Refusal registerFamily(const Operation& op, std::string& message, TLStatusEvent status,
-                           TLErrorEvent error, Others... others);
-    std::int16_t registerBasicEvents(TLStatusEvent status, TLErrorEvent error, std::string& message);
-
-    std::int16_t queryCommandSet(std::string& message);
-    std::int16_t versionTL(std::string& message);
-    void queryDevice(std::string& message);
-    std::int16_t giveUpLogin(std::string& message);
+    /// What the device is able to do, as the last login found.
+    bool hasExtendedCommandSet() const { return m_nCommandLevel == EXTENDED_COMMAND_SET; }
 
     // Rounds of 10 ms until the shared state shows what is waited for. Times are in milliseconds, told by
     // counting rounds and not by a clock. 0, 2 for an error status, 6 for no answer in time.
     std::int16_t waitForCallback(const std::string& wanted, std::int64_t timeout) const;
-    std::int16_t waitForMode(std::int32_t mode, std::int64_t timeout, bool ignoreError) const;
-    std::int16_t waitForStatus(std::int32_t status, std::int64_t timeout) const;
-    std::int16_t waitForStatus(std::int32_t statusA, std::int32_t statusB, std::int64_t timeout) const;
-    std::int16_t waitForReady(Ready ready, std::int64_t timeout) const;
-    std::int64_t statusOkTimeout() const;
-    friend class Operation;
+    std::int16_t waitForMode(DeviceMode mode, std::int64_t timeout, bool ignoreError) const;
+    std::int16_t waitForStatus(DeviceStatus status, std::int64_t timeout) const;
+    std::int16_t waitForStatus(DeviceStatus statusA, DeviceStatus statusB, std::int64_t timeout) const;
 
-    // What dispense and payout share.
-    bool mustAskFirst(const Operation& op, std::int32_t amount, const char* toPay) const;
-    Refusal askBeforePaying(const Operation& op, std::int32_t amount, std::int32_t& amountRest,
-                            std::string& message);
-    std::optional<PayOutLimit> purgeForLimit(const Operation& op);
-    void addToPaidOutList(const Operation& op, std::int32_t amount);
-    void markLowLevelPending(const Operation& op) const;
-    Refusal followPayOut(const Operation& op, std::int16_t sent, const char* command, const char* payment,
-                         Ready readyAtEnd);
-
-    // What change and regret share.
-    std::int16_t waitForMoneyBack(const Operation& op, std::int32_t paidIn, SettingNumber okCheck) const;
-
-    using CountCommand = std::int16_t (COstrivane::*)(std::string& message);
-    std::int16_t count(const Operation& op, char letter, CountCommand command,
-                       std::vector<CashCountRecord>& coins, std::vector<CashCountRecord>& notes,
-                       std::string& message);
-
-    // What the administration operations share.
-    void logWaitForParts() const;
-    std::string waitForParts() const;
-    std::int16_t failedToComply(std::string& message) const;
+private:
+    std::int16_t initialize(const std::string& portSettings, std::string& message);
+    void getIniFileSettings();
 
     bool m_bInitiated = false; // between a successful init and a successful exit
     CTLSettings m_settings;

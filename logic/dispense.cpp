@@ -4,35 +4,24 @@
 #include "device/ostrivane.h"
 #include "logic/command_names.h"
 #include "logic/operation.h"
+#include "logic/payout_rules.h"
 #include "text/compose.h"
 #include "text/numbers.h"
 
 std::int16_t CTLLogics::dispense(std::int32_t amountDispense, const std::string& transactionId,
                                  std::int32_t& amountRest, std::string& message)
 {
-    const Operation op(*this, "dispense", message);
+    Operation op(*this, "dispense", message);
     op.enter(compose("CTLLogics::dispense(", amountDispense, ", ", transactionId, ", amountRest)"));
     amountRest = 0;
-    if (const auto refusal = op.busyGate(Ready::PayinEnabledOrDisabled, BUSY_TIMEOUT, OnError::Refuse))
-        return *refusal;
-    if (amountDispense < 0)
-        return op.refuse(TL_STATUS_INPUT_PARAM_ERROR, "Amount to dispense too small",
-                         "Amount to dispense is too small");
-    if (amountDispense > MAX_AMOUNT)
-        return op.refuse(TL_STATUS_INPUT_PARAM_ERROR, "Amount to dispense too big",
-                         "Amount to dispense is too big");
-    if (const auto refusal = op.needsSession("Dispense"))
-        return *refusal;
-    if (const auto refusal = op.needsExtendedCommandSet("Dispense"))
-        return *refusal;
-    if (const auto refusal = op.needsState("Dispense", {STATE_PAYIN_DISABLED, STATE_CASH_DEPOSITED}))
-        return *refusal;
+    if (op.busy() || dispensesOutOfRange(op, amountDispense) || op.lacksSession("Dispense") ||
+        op.lacksExtendedCommandSet("Dispense") ||
+        op.lacksState("Dispense", {STATE_PAYIN_DISABLED, STATE_CASH_DEPOSITED}))
+        return op.outcome();
 
-    if (mustAskFirst(op, amountDispense, "dispense")) {
-        if (const auto refusal = askBeforePaying(op, amountDispense, amountRest, message))
-            return *refusal;
-    }
-    if (const auto limit = purgeForLimit(op)) {
+    if (mustAskFirst(op, amountDispense, "dispense") && askFails(op, amountDispense, amountRest))
+        return op.outcome();
+    if (const auto limit = purgeForLimit(op, m_paidOutList)) {
         const std::int32_t sum = m_paidOutList.sum();
         if (wrappingAdd(sum, amountDispense) > limit->amount) {
             op.info(compose("sumPaidOutAmount = ", sum, ", amountDispense = ", amountDispense));
@@ -41,7 +30,7 @@ std::int16_t CTLLogics::dispense(std::int32_t amountDispense, const std::string&
                                      "), Payout larger than allowed limit per time unit: ", limit->seconds,
                                      " seconds!"));
         }
-        addToPaidOutList(op, amountDispense);
+        addToPaidOutList(op, m_paidOutList, amountDispense);
     }
 
     g_bAskPayoutDone = false;
@@ -49,16 +38,16 @@ std::int16_t CTLLogics::dispense(std::int32_t amountDispense, const std::string&
     op.prepare(COMMAND_DISPENSE);
     const std::int16_t sent =
         sendPayCommand([&] { return g_ostrivane.dispense(amountDispense, transactionId, message); });
-    if (const auto failure = followPayOut(op, sent, "dispense", "dispense", Ready::PayinEnabledOrDisabled))
-        return *failure;
+    if (payOutFails(op, sent, {"dispense", "dispense", ReadyStatus::Either}))
+        return op.outcome();
     g_TLState = STATE_PAYIN_DISABLED;
-    endOnePayOutSettings();
+    endOnePayOutSettings(*this);
     return op.done();
 }
 
 std::int16_t CTLLogics::askPayout(std::int32_t amount, std::string& message)
 {
-    const Operation op(*this, "askPayout", message);
+    Operation op(*this, "askPayout", message);
     op.enter(compose("CTLLogics::askPayout(", amount, ")"));
     std::int32_t amountRest = 0;
     return askPayout(amount, amountRest, message);
@@ -66,17 +55,13 @@ std::int16_t CTLLogics::askPayout(std::int32_t amount, std::string& message)
 
 std::int16_t CTLLogics::askPayout(std::int32_t amount, std::int32_t& amountRest, std::string& message)
 {
-    const Operation op(*this, "askPayout", message);
+    Operation op(*this, "askPayout", message);
     op.enter(compose("CTLLogics::askPayout(", amount, ", amountRest)"));
     amountRest = 0;
     g_nAskPayoutAmount = amount;
-    if (const auto refusal = op.busyGate(Ready::PayinEnabledOrDisabled, BUSY_TIMEOUT, OnError::Refuse))
-        return *refusal;
-    if (const auto refusal = op.needsSession("Ask Payout"))
-        return *refusal;
-    if (const auto refusal =
-            op.needsState("Ask Payout", {STATE_PAYIN_ENABLED, STATE_PAYIN_DISABLED, STATE_CASH_DEPOSITED}))
-        return *refusal;
+    if (op.busy() || op.lacksSession("Ask Payout") ||
+        op.lacksState("Ask Payout", {STATE_PAYIN_ENABLED, STATE_PAYIN_DISABLED, STATE_CASH_DEPOSITED}))
+        return op.outcome();
     if (amount == 0) {
         op.info("Zero askPayout, Ok");
         g_bAskPayoutDone = true;

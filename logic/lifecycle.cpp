@@ -20,6 +20,19 @@ void logApiNote(const std::string& text)
     logLine(text, LOG_NOTE, LOG_FILE_API);
 }
 
+void logLibraryFacts()
+{
+    const std::string version = platform::ownModuleVersion(LIBRARY_FILE_NAME);
+    logNote(SEPARATOR);
+    logNote(compose("Library Name: ", LIBRARY_FILE_NAME));
+    logNote(compose("Library Name: ", LIBRARY_FILE_NAME)); // twice, as log readers know it
+    logNote(compose("Library Path: ", getRuntimePath()));
+    logNote(compose("Library Version: ", version.empty() ? "No version Info" : version));
+    logNote("Windows x64 (64 bit)"); // on every system
+    logNote(SEPARATOR);
+    logNote(compose("tllang.ini Path: ", TLLangSupport::getLangFilePath()));
+}
+
 } // namespace
 
 CTLLogics::CTLLogics()
@@ -60,7 +73,7 @@ CTLLogics::~CTLLogics()
 std::int16_t CTLLogics::init(const std::string& portSettings, const std::string& initSettings,
                              std::string& message)
 {
-    const Operation op(*this, "init", message);
+    Operation op(*this, "init", message);
     op.enter("CTLLogics::init called");
     if (m_bInitiated)
         return op.refuse(TL_STATUS_ERROR, "Already initiated", "Already initiated");
@@ -88,19 +101,6 @@ std::int16_t CTLLogics::init(const std::string& portSettings, const std::string&
     return op.done();
 }
 
-void CTLLogics::logLibraryFacts() const
-{
-    const std::string version = platform::ownModuleVersion(LIBRARY_FILE_NAME);
-    logNote(SEPARATOR);
-    logNote(compose("Library Name: ", LIBRARY_FILE_NAME));
-    logNote(compose("Library Name: ", LIBRARY_FILE_NAME));
-    logNote(compose("Library Path: ", getRuntimePath()));
-    logNote(compose("Library Version: ", version.empty() ? "No version Info" : version));
-    logNote("Windows x64 (64 bit)");
-    logNote(SEPARATOR);
-    logNote(compose("tllang.ini Path: ", TLLangSupport::getLangFilePath()));
-}
-
 void CTLLogics::getIniFileSettings()
 {
     m_settings.readFile(findSettingsFile());
@@ -108,7 +108,7 @@ void CTLLogics::getIniFileSettings()
 
 std::int16_t CTLLogics::initialize(const std::string& portSettings, std::string& message)
 {
-    const Operation op(*this, "initialize", message);
+    Operation op(*this, "initialize", message);
     std::string errorText;
     const std::string portName = getSettingsTag("Name:", portSettings, errorText);
     const std::string ipName = portName.substr(0, portName.find(':'));
@@ -125,7 +125,7 @@ std::int16_t CTLLogics::initialize(const std::string& portSettings, std::string&
         op.error(compose("COstrivane::initialize return code: ", result, ", message: ", message));
         return result;
     }
-    message = lookupText("Done");
+    op.done();
     op.info("Returning TL_STATUS_OK.");
     setLogSubfolder(ipName);
     return TL_STATUS_OK;
@@ -133,7 +133,7 @@ std::int16_t CTLLogics::initialize(const std::string& portSettings, std::string&
 
 std::int16_t CTLLogics::exit(std::string& message)
 {
-    const Operation op(*this, "exit", message);
+    Operation op(*this, "exit", message);
     op.enter("CTLLogics::exit()");
     if (!m_bInitiated)
         return op.refuse(TL_STATUS_ERROR, "Already de-initiated", "Already de-initiated");
@@ -158,7 +158,7 @@ std::int16_t CTLLogics::exit(std::string& message)
     g_hwndMessageTo = nullptr;
     m_bInitiated = false;
     g_TLState = STATE_UNINITIATED;
-    message = lookupText("Done");
+    op.done();
     op.info("Returning ok");
     return TL_STATUS_OK;
 }

@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-Operation::Operation(const CTLLogics& logic, const char* name, std::string& message)
+Operation::Operation(CTLLogics& logic, const char* name, std::string& message)
     : m_logic(logic), m_sName(name), m_message(message)
 {}
 
@@ -30,30 +30,63 @@ void Operation::error(const std::string& text) const
     logError(headed(text));
 }
 
-Refusal Operation::busyGate(Ready ready, std::int64_t timeout, OnError onError) const
+bool Operation::busy(const BusyGate& gate)
 {
-    const std::optional<std::int16_t> waited = waitWhileBusy(ready, timeout);
+    const std::optional<std::int16_t> waited = waitWhileBusy(gate);
     if (waited == TL_STATUS_TIMEOUT)
-        return stillBusy();
-    if (waited == TL_STATUS_ERROR && errorStops(onError))
-        return deviceHasErrors();
-    if (g_nLastCallbackStatus == DEVICE_ERROR && errorStops(onError))
-        return deviceHasErrors();
-    return std::nullopt;
+        return endWith(stillBusy());
+    const bool errorStops = gate.onError == OnError::Refuse ||
+                            (gate.onError == OnError::RefuseUnlessLongForms && !deviceHasLongForms());
+    if (errorStops && (waited == TL_STATUS_ERROR || g_nLastCallbackStatus == DEVICE_ERROR))
+        return endWith(deviceHasErrors());
+    return false;
 }
 
-std::optional<std::int16_t> Operation::waitWhileBusy(Ready ready, std::int64_t timeout) const
+bool Operation::lacksSession(const char* label)
+{
+    return g_TLState == STATE_LOGGED_OUT &&
+           endWith(
+               refuse(TL_STATUS_CLOSED, "Closed", compose(label, " is not allowed from logged out state.")));
+}
+
+bool Operation::lacksExtendedCommandSet(const char* label)
+{
+    return !m_logic.hasExtendedCommandSet() &&
+           endWith(refuse(TL_STATUS_NOT_SUPPORTED, "Not Supported", compose(label, " is not supported.")));
+}
+
+bool Operation::lacksState(const char* label, std::initializer_list<TLState> states)
+{
+    const std::int32_t state = g_TLState;
+    return std::find(states.begin(), states.end(), state) == states.end() &&
+           endWith(refuse(TL_STATUS_NOT_SUPPORTED, "Not Supported",
+                          compose(label, " is not supported from state ", stateName(state))));
+}
+
+bool Operation::refusedIf(bool reason, std::int16_t status, LanguageKey key, const std::string& line)
+{
+    return reason && endWith(refuse(status, key, line));
+}
+
+bool Operation::endWith(std::int16_t outcome)
+{
+    m_outcome = outcome;
+    return true;
+}
+
+std::optional<std::int16_t> Operation::waitWhileBusy(const BusyGate& gate) const
 {
     if (g_nLastCallbackStatus != DEVICE_BUSY)
         return std::nullopt;
     info("Tellarion is Busy. Wait for Ok");
-    return m_logic.waitForReady(ready, timeout);
+    return waitForReady(gate.ready, gate.timeout);
 }
 
-bool Operation::errorStops(OnError onError) const
+std::int16_t Operation::waitForReady(ReadyStatus ready, std::int64_t timeout) const
 {
-    return onError == OnError::Refuse ||
-           (onError == OnError::RefuseUnlessLongApi && g_nApiVersionKind != API_VERSION_KIND_LONG);
+    return ready == ReadyStatus::PayinEnabled
+               ? m_logic.waitForStatus(DEVICE_READY, timeout)
+               : m_logic.waitForStatus(DEVICE_READY, DEVICE_READY_PAYIN_DISABLED, timeout);
 }
 
 std::int16_t Operation::stillBusy() const
@@ -66,29 +99,6 @@ std::int16_t Operation::deviceHasErrors() const
     return refuse(TL_STATUS_ERROR, "Tellarion has error(s)", "Tellarion has error(s)");
 }
 
-Refusal Operation::needsSession(const char* label) const
-{
-    if (g_TLState != STATE_LOGGED_OUT)
-        return std::nullopt;
-    return refuse(TL_STATUS_CLOSED, "Closed", compose(label, " is not allowed from logged out state."));
-}
-
-Refusal Operation::needsExtendedCommandSet(const char* label) const
-{
-    if (m_logic.m_nCommandLevel == EXTENDED_COMMAND_SET)
-        return std::nullopt;
-    return refuse(TL_STATUS_NOT_SUPPORTED, "Not Supported", compose(label, " is not supported."));
-}
-
-Refusal Operation::needsState(const char* label, std::initializer_list<std::int32_t> states) const
-{
-    const std::int32_t state = g_TLState;
-    if (std::find(states.begin(), states.end(), state) != states.end())
-        return std::nullopt;
-    return refuse(TL_STATUS_NOT_SUPPORTED, "Not Supported",
-                  compose(label, " is not supported from state ", stateName(state)));
-}
-
 void Operation::prepare(char lastCommand) const
 {
     g_sLastDeviceMessage.clear();
@@ -98,15 +108,20 @@ void Operation::prepare(char lastCommand) const
 
 std::int16_t Operation::done() const
 {
-    m_message = lookupText("Done");
-    return TL_STATUS_OK;
+    return answer(TL_STATUS_OK, "Done");
+}
+
+std::int16_t Operation::answer(std::int16_t status, LanguageKey key) const
+{
+    m_message = lookupText(key);
+    return status;
 }
 
 std::int16_t Operation::refuse(std::int16_t status, LanguageKey key, const std::string& line) const
 {
-    m_message = lookupText(key);
+    const std::int16_t outcome = answer(status, key);
     error(line);
-    return status;
+    return outcome;
 }
 
 std::string Operation::failureLine(const char* what, std::int16_t result) const

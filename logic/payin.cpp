@@ -9,11 +9,11 @@
 
 std::int16_t CTLLogics::enablePayin(std::string& message)
 {
-    const Operation op(*this, "enablePayin", message);
+    Operation op(*this, "enablePayin", message);
     op.enter("CTLLogics::enablePayin()");
 
     // The gate, with two lines of its own about the wait.
-    if (const auto nStatus = op.waitWhileBusy(Ready::PayinEnabledOrDisabled, BUSY_TIMEOUT)) {
+    if (const auto nStatus = op.waitWhileBusy()) {
         op.info(compose("Tellarion was Busy. Got new status nStatus=", *nStatus));
         if (*nStatus == TL_STATUS_TIMEOUT)
             return op.stillBusy();
@@ -23,12 +23,9 @@ std::int16_t CTLLogics::enablePayin(std::string& message)
     }
     if (g_nLastCallbackStatus == DEVICE_ERROR)
         return op.deviceHasErrors();
-    if (const auto refusal = op.needsSession("Enable Payin"))
-        return *refusal;
-    if (const auto refusal = op.needsExtendedCommandSet("Enable Payin"))
-        return *refusal;
-    if (const auto refusal = op.needsState("Enable Payin", {STATE_PAYIN_ENABLED, STATE_PAYIN_DISABLED}))
-        return *refusal;
+    if (op.lacksSession("Enable Payin") || op.lacksExtendedCommandSet("Enable Payin") ||
+        op.lacksState("Enable Payin", {STATE_PAYIN_ENABLED, STATE_PAYIN_DISABLED}))
+        return op.outcome();
 
     op.prepare(COMMAND_ENABLE_PAYIN);
     if (const std::int16_t result = g_ostrivane.enablePayin(message); result != TL_STATUS_OK)
@@ -39,24 +36,19 @@ std::int16_t CTLLogics::enablePayin(std::string& message)
 
 std::int16_t CTLLogics::disablePayin(std::string& message)
 {
-    const Operation op(*this, "disablePayin", message);
+    Operation op(*this, "disablePayin", message);
     op.enter("CTLLogics::disablePayin()");
-    if (const auto refusal =
-            op.busyGate(Ready::PayinEnabledOrDisabled, BUSY_TIMEOUT, OnError::RefuseUnlessLongApi))
-        return *refusal;
-    if (const auto refusal = op.needsSession("Disable Payin"))
-        return *refusal;
-    if (const auto refusal = op.needsExtendedCommandSet("Disable Payin"))
-        return *refusal;
-    if (const auto refusal = op.needsState("Disable Payin", {STATE_PAYIN_ENABLED, STATE_PAYIN_DISABLED}))
-        return *refusal;
+    if (op.busy({.onError = OnError::RefuseUnlessLongForms}) || op.lacksSession("Disable Payin") ||
+        op.lacksExtendedCommandSet("Disable Payin") ||
+        op.lacksState("Disable Payin", {STATE_PAYIN_ENABLED, STATE_PAYIN_DISABLED}))
+        return op.outcome();
 
     op.prepare(COMMAND_DISABLE_PAYIN);
     const std::int16_t sent = g_ostrivane.disablePayin(message);
-    if (sent != TL_STATUS_OK && g_nApiVersionKind != API_VERSION_KIND_LONG)
+    if (sent != TL_STATUS_OK && !deviceHasLongForms())
         return op.failed("disablePayinTL", sent);
     const std::int16_t waited = waitForStatus(DEVICE_READY_PAYIN_DISABLED, ANSWER_TIMEOUT);
-    if (waited != TL_STATUS_OK && g_nApiVersionKind != API_VERSION_KIND_LONG)
+    if (waited != TL_STATUS_OK && !deviceHasLongForms())
         return op.timedOut("disablePayin", waited);
     g_TLState = STATE_PAYIN_DISABLED;
     return op.done();
@@ -64,16 +56,11 @@ std::int16_t CTLLogics::disablePayin(std::string& message)
 
 std::int16_t CTLLogics::deposit(const std::string& transactionId, std::string& message)
 {
-    const Operation op(*this, "deposit", message);
+    Operation op(*this, "deposit", message);
     op.enter(compose("CTLLogics::deposit(", transactionId, ")"));
-    if (const auto refusal = op.busyGate(Ready::PayinEnabledOrDisabled, BUSY_TIMEOUT, OnError::Refuse))
-        return *refusal;
-    if (const auto refusal = op.needsSession("Deposit"))
-        return *refusal;
-    if (const auto refusal = op.needsExtendedCommandSet("Deposit"))
-        return *refusal;
-    if (const auto refusal = op.needsState("Deposit", {STATE_PAYIN_DISABLED, STATE_CASH_DEPOSITED}))
-        return *refusal;
+    if (op.busy() || op.lacksSession("Deposit") || op.lacksExtendedCommandSet("Deposit") ||
+        op.lacksState("Deposit", {STATE_PAYIN_DISABLED, STATE_CASH_DEPOSITED}))
+        return op.outcome();
 
     op.prepare(COMMAND_PAYOUT);
     const std::int16_t sent =

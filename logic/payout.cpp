@@ -4,13 +4,14 @@
 #include "device/ostrivane.h"
 #include "logic/command_names.h"
 #include "logic/operation.h"
+#include "logic/payout_rules.h"
 #include "text/compose.h"
 #include "text/numbers.h"
 
 std::int16_t CTLLogics::payout(std::int32_t amountDispense, std::int32_t amountDeposit,
                                const std::string& transactionId, std::string& message)
 {
-    const Operation op(*this, "payout", message);
+    Operation op(*this, "payout", message);
     op.enter(compose("CTLLogics::payout(", amountDispense, ",", amountDeposit, ",", transactionId, ")"));
     std::int32_t amountRest = 0;
     return payout(amountDispense, amountDeposit, transactionId, amountRest, message);
@@ -20,39 +21,26 @@ std::int16_t CTLLogics::payout(std::int32_t amountDispense, std::int32_t amountD
                                const std::string& transactionId, std::int32_t& amountRest,
                                std::string& message)
 {
-    const Operation op(*this, "payout", message);
+    Operation op(*this, "payout", message);
     op.enter(compose("CTLLogics::payout(", amountDispense, ", ", amountDeposit, ", ", transactionId,
                      ", amountRest)"));
     amountRest = 0;
-    if (const auto refusal = op.busyGate(Ready::PayinEnabledOnly, BUSY_TIMEOUT, OnError::Refuse))
-        return *refusal;
-    if (amountDeposit > g_nAmountPaidIn)
-        return op.refuse(TL_STATUS_AMOUNT_TOO_BIG, "Amount to deposit too big",
-                         "Amount to deposit was bigger than amount payed in");
-    if (amountDispense < 0)
-        return op.refuse(TL_STATUS_INPUT_PARAM_ERROR, "Amount to dispense too small",
-                         "Amount to dispense is too small");
-    if (amountDispense > MAX_AMOUNT)
-        return op.refuse(TL_STATUS_INPUT_PARAM_ERROR, "Amount to dispense too big",
-                         "Amount to dispense is too big");
-    if (amountDeposit < 0)
-        return op.refuse(TL_STATUS_INPUT_PARAM_ERROR, "Amount to deposit too small",
-                         "Amount to deposit is too small");
-    if (amountDeposit > MAX_AMOUNT)
-        return op.refuse(TL_STATUS_INPUT_PARAM_ERROR, "Amount to deposit too big",
-                         "Amount to deposit is too big");
+    if (op.busy({.ready = ReadyStatus::PayinEnabled}) ||
+        op.refusedIf(amountDeposit > g_nAmountPaidIn, TL_STATUS_AMOUNT_TOO_BIG, "Amount to deposit too big",
+                     "Amount to deposit was bigger than amount payed in") ||
+        dispensesOutOfRange(op, amountDispense) ||
+        op.refusedIf(amountDeposit < 0, TL_STATUS_INPUT_PARAM_ERROR, "Amount to deposit too small",
+                     "Amount to deposit is too small") ||
+        op.refusedIf(amountDeposit > MAX_AMOUNT, TL_STATUS_INPUT_PARAM_ERROR, "Amount to deposit too big",
+                     "Amount to deposit is too big"))
+        return op.outcome();
 
     // Decided, and logged, before the state is tested; asked after.
     const bool askFirst = mustAskFirst(op, amountDispense, "pay out");
-    if (const auto refusal = op.needsSession("Payout"))
-        return *refusal;
-    if (const auto refusal = op.needsState("Payout", {STATE_PAYIN_ENABLED}))
-        return *refusal;
-    if (askFirst) {
-        if (const auto refusal = askBeforePaying(op, amountDispense, amountRest, message))
-            return *refusal;
-    }
-    if (const auto limit = purgeForLimit(op)) {
+    if (op.lacksSession("Payout") || op.lacksState("Payout", {STATE_PAYIN_ENABLED}) ||
+        (askFirst && askFails(op, amountDispense, amountRest)))
+        return op.outcome();
+    if (const auto limit = purgeForLimit(op, m_paidOutList)) {
         const std::int32_t sum = m_paidOutList.sum();
         op.info(compose("sumPaidInAmount = ", sum)); // "In", though it is what was paid out
         const std::int32_t difference = wrappingSubtract(amountDispense, amountDeposit);
@@ -64,7 +52,7 @@ std::int16_t CTLLogics::payout(std::int32_t amountDispense, std::int32_t amountD
                 compose("(", sum, " + (", amountDispense, " - ", amountDeposit, ") > ", limit->amount,
                         "), Payout larger than allowed limit per time unit: ", limit->seconds, " seconds!"));
         }
-        addToPaidOutList(op, difference);
+        addToPaidOutList(op, m_paidOutList, difference);
     }
 
     g_bAskPayoutDone = false;
@@ -72,17 +60,16 @@ std::int16_t CTLLogics::payout(std::int32_t amountDispense, std::int32_t amountD
     op.prepare(COMMAND_PAYOUT);
     const std::int16_t sent = sendPayCommand(
         [&] { return g_ostrivane.doPayOut(amountDispense, amountDeposit, transactionId, message); });
-    if (const auto failure =
-            followPayOut(op, sent, "COstrivane::doPayOut", "doPayout", Ready::PayinEnabledOnly))
-        return *failure;
-    endOnePayOutSettings();
+    if (payOutFails(op, sent, {"COstrivane::doPayOut", "doPayout", ReadyStatus::PayinEnabled}))
+        return op.outcome();
+    endOnePayOutSettings(*this);
     return op.done();
 }
 
 std::int16_t CTLLogics::amountDue(std::int32_t amountDue, const std::string& transactionId,
                                   std::int32_t& amountRest, std::string& message)
 {
-    const Operation op(*this, "amountDue", message);
+    Operation op(*this, "amountDue", message);
     op.enter(compose("CTLLogics::amountDue(", amountDue, ",", transactionId, ", amountRest)"));
     const std::int32_t paidIn = g_nAmountPaidIn;
     const std::int32_t change = wrappingSubtract(paidIn, amountDue);
@@ -94,12 +81,10 @@ std::int16_t CTLLogics::amountDue(std::int32_t amountDue, const std::string& tra
 
 std::int16_t CTLLogics::informTotalAmount(std::int32_t amountTotal, std::string& message)
 {
-    const Operation op(*this, "informTotalAmount", message);
+    Operation op(*this, "informTotalAmount", message);
     op.enter(compose("CTLLogics::informTotalAmount(", amountTotal, ")"));
-    if (const auto refusal = op.busyGate(Ready::PayinEnabledOrDisabled, BUSY_TIMEOUT, OnError::Refuse))
-        return *refusal;
-    if (const auto refusal = op.needsSession("InformTotalAmount"))
-        return *refusal;
+    if (op.busy() || op.lacksSession("InformTotalAmount"))
+        return op.outcome();
 
     op.prepare(COMMAND_INFORM_TOTAL);
     if (const std::int16_t sent = g_ostrivane.informTotalAmount(amountTotal, message); sent != TL_STATUS_OK)

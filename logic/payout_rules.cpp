@@ -1,21 +1,25 @@
-// What every pay-out goes through before its command: is the device to be asked first, how much was paid out
-// lately, and the mark that a pay-out is on its way.
-#include "logic/ctllogics.h"
+#include "logic/payout_rules.h"
 
 #include "diag/log.h"
 #include "logic/low_level_warning.h"
-#include "logic/operation.h"
 #include "platform/clock.h"
 #include "text/compose.h"
 
-/// Decides and logs; asks nothing. "toPay" is how the operation words a pay-out.
-bool CTLLogics::mustAskFirst(const Operation& op, std::int32_t amount, const char* toPay) const
+bool dispensesOutOfRange(Operation& op, std::int32_t amount)
+{
+    return op.refusedIf(amount < 0, TL_STATUS_INPUT_PARAM_ERROR, "Amount to dispense too small",
+                        "Amount to dispense is too small") ||
+           op.refusedIf(amount > MAX_AMOUNT, TL_STATUS_INPUT_PARAM_ERROR, "Amount to dispense too big",
+                        "Amount to dispense is too big");
+}
+
+bool mustAskFirst(const Operation& op, std::int32_t amount, const char* toPay)
 {
     if (amount == 0) {
         op.info(compose("Zero amount to ", toPay, ", askPayout not called"));
         return false;
     }
-    if (amount < m_settings.getIntSetting(AskPayOutAmountLimit)) {
+    if (amount < op.logic().settings().getIntSetting(AskPayOutAmountLimit)) {
         // With low levels an earlier ask for the same amount doesn't count.
         if (g_nCurrentLowLevelWarningState.isLow()) {
             op.info(compose("Small amount to ", toPay, " but Cash Levels are low, call askPayout"));
@@ -31,22 +35,21 @@ bool CTLLogics::mustAskFirst(const Operation& op, std::int32_t amount, const cha
     return true;
 }
 
-Refusal CTLLogics::askBeforePaying(const Operation& op, std::int32_t amount, std::int32_t& amountRest,
-                                   std::string& message)
+bool askFails(Operation& op, std::int32_t amount, std::int32_t& amountRest)
 {
     op.info(compose("Performing askPayout prior to ", op.name()));
-    const std::int16_t result = askPayout(amount, amountRest, message);
+    const std::int16_t result = op.logic().askPayout(amount, amountRest, op.message());
     if (result == TL_STATUS_OK)
-        return std::nullopt;
+        return false;
     logLineTwice(op.failureLine("askPayout", result), LOG_FAILURE, LOG_FILE_LOGIC, LOG_FILE_ERROR);
-    return result;
+    return op.endWith(result);
 }
 
-/// The limit that is set, if any, with the list purged for it.
-std::optional<PayOutLimit> CTLLogics::purgeForLimit(const Operation& op)
+std::optional<PayOutLimit> purgeForLimit(const Operation& op, PaidOutList& list)
 {
-    const PayOutLimit limit{m_settings.getIntSetting(PayOutAmountPerTimeLimitAmount),
-                            m_settings.getIntSetting(PayOutAmountPerTimeLimitSeconds)};
+    const CTLSettings& set = op.logic().settings();
+    const PayOutLimit limit{set.getIntSetting(PayOutAmountPerTimeLimitAmount),
+                            set.getIntSetting(PayOutAmountPerTimeLimitSeconds)};
     const std::string settings =
         compose("PayOutAmountPerTimeLimitAmount = ", limit.amount, ", seconds limit = ", limit.seconds);
     if (limit.amount < 1) {
@@ -54,48 +57,47 @@ std::optional<PayOutLimit> CTLLogics::purgeForLimit(const Operation& op)
         return std::nullopt;
     }
     op.info(settings + ", checking paid out amounts. Purging paid out list...");
-    m_paidOutList.purge(platform::wallClockSeconds(), limit.seconds);
+    list.purge(platform::wallClockSeconds(), limit.seconds);
     return limit;
 }
 
-/// Stays there whatever becomes of the pay-out: a failed one may have been paid.
-void CTLLogics::addToPaidOutList(const Operation& op, std::int32_t amount)
+void addToPaidOutList(const Operation& op, PaidOutList& list, std::int32_t amount)
 {
     op.info(compose("adding ", amount, " to paid out list."));
-    m_paidOutList.add(platform::wallClockSeconds(), amount);
+    list.add(platform::wallClockSeconds(), amount);
 }
 
-void CTLLogics::markLowLevelPending(const Operation& op) const
+void markLowLevelPending(const Operation& op)
 {
     if (const auto step = g_nCurrentLowLevelWarningState.beginPayOut())
         op.info(step->text());
 }
 
-/// Follows the payment from its send on: busy must be seen and, if the setting says so, the end of it. Every
-/// failure ends the one-pay-out settings; what it is called in the log differs by operation.
-Refusal CTLLogics::followPayOut(const Operation& op, std::int16_t sent, const char* command,
-                                const char* payment, Ready readyAtEnd)
+bool payOutFails(Operation& op, std::int16_t sent, const PayOutWords& words)
 {
+    CTLLogics& logic = op.logic();
     if (sent != TL_STATUS_OK) {
-        endOnePayOutSettings();
-        return op.failed(command, sent);
+        endOnePayOutSettings(logic);
+        return op.endWith(op.failed(words.command, sent));
     }
     // An error status in either wait is told as the timeout: the payment's fate is unknown in both cases.
-    if (const std::int16_t waited = waitForStatus(DEVICE_BUSY, ANSWER_TIMEOUT); waited != TL_STATUS_OK) {
-        endOnePayOutSettings();
-        return op.timedOut(compose(payment, " start"), waited);
+    if (const std::int16_t waited = logic.waitForStatus(DEVICE_BUSY, ANSWER_TIMEOUT);
+        waited != TL_STATUS_OK) {
+        endOnePayOutSettings(logic);
+        return op.endWith(op.timedOut(compose(words.payment, " start"), waited));
     }
-    if (m_settings.getIntSetting(PayOutOkCheck) == 1) {
-        if (const std::int16_t waited = waitForReady(readyAtEnd, statusOkTimeout()); waited != TL_STATUS_OK) {
-            endOnePayOutSettings();
-            return op.timedOut(compose(payment, " stop"), waited);
-        }
+    if (logic.settings().getIntSetting(PayOutOkCheck) != 1)
+        return false;
+    if (const std::int16_t waited = op.waitForReady(words.readyAtEnd, statusOkTimeout(logic));
+        waited != TL_STATUS_OK) {
+        endOnePayOutSettings(logic);
+        return op.endWith(op.timedOut(compose(words.payment, " stop"), waited));
     }
-    return std::nullopt;
+    return false;
 }
 
-void CTLLogics::endOnePayOutSettings()
+void endOnePayOutSettings(CTLLogics& logic)
 {
-    if (m_settings.getDurationType() == DURATION_NEXT_PAYMENT)
-        restoreSettings();
+    if (logic.settings().getDurationType() == DURATION_NEXT_PAYMENT)
+        logic.restoreSettings();
 }

@@ -2,7 +2,6 @@
 #include "logic/ctllogics.h"
 
 #include "device/ostrivane.h"
-#include "diag/language.h"
 #include "diag/log.h"
 #include "events/senders.h"
 #include "logic/command_names.h"
@@ -48,12 +47,37 @@ std::string timeStamp()
                    leftPadded(now.milliseconds, 3));
 }
 
+/// Asks what the device is able to do; a failure leaves the login to the device.
+void queryDevice(const Operation& login)
+{
+    const std::int16_t queried = login.logic().queryCommandSet(login.message());
+    login.info(compose("queryCommandSet returned ", queried, ", message = ", login.message()));
+    if (g_sSupportedCommands.get().find('V') != std::string::npos) {
+        const std::int16_t version = login.logic().versionTL(login.message());
+        login.info(compose("versionTL returned ", version, ", message = ", login.message()));
+    }
+}
+
+std::int16_t giveUpLogin(const Operation& login)
+{
+    g_sLastDeviceMessage.clear();
+    g_bCommandMade = false;
+    g_nLastCommand = COMMAND_LOGOUT;
+    g_ostrivane.loggedOut(login.message());
+    g_nLastCallbackMode = MODE_CLOSED;
+    g_nLastCallbackStatus = DEVICE_ERROR;
+    sendStatusEvent(0, DEVICE_ERROR, MODE_CLOSED);
+    g_TLState = STATE_LOGGED_OUT;
+    login.info("Tellarion is Busy. Send failed to comply");
+    return login.answer(TL_STATUS_FAILED_TO_COMPLY, "Failed to comply");
+}
+
 } // namespace
 
 std::int16_t CTLLogics::login(const std::string& loginNumberText, const std::string& loginText,
                               std::string& message)
 {
-    const Operation op(*this, "login", message);
+    Operation op(*this, "login", message);
     op.enter(compose("CTLLogics::login(", loginNumberText, ",", loginText, ")"));
     g_bAskPayoutDone = false;
     const std::int32_t value = twoDigitValue(loginNumberText);
@@ -66,7 +90,7 @@ std::int16_t CTLLogics::login(const std::string& loginNumberText, const std::str
 
 std::int16_t CTLLogics::login(std::int16_t loginNumber, const std::string& loginText, std::string& message)
 {
-    const Operation op(*this, "login", message);
+    Operation op(*this, "login", message);
     op.enter(compose("CTLLogics::login(", loginNumber, ",", loginText, ")"));
     logDebug(compose("CTLLogics::login, date: ", dateText(platform::localTime().calendar, "-")));
     const std::int32_t number = twoDigits(loginNumber);
@@ -76,12 +100,18 @@ std::int16_t CTLLogics::login(std::int16_t loginNumber, const std::string& login
     // doesn't stop it.
     if (g_TLState > STATE_LOGGED_OUT || g_nLastCallbackStatus == DEVICE_BUSY) {
         op.info("Tellarion is Busy. Wait for Ok");
-        if (waitForReady(Ready::PayinEnabledOrDisabled, BUSY_TIMEOUT) == TL_STATUS_TIMEOUT)
+        if (op.waitForReady(ReadyStatus::Either, BUSY_TIMEOUT) == TL_STATUS_TIMEOUT)
             return op.stillBusy();
     }
     const bool reopening = g_nLastCallbackStatus == DEVICE_ERROR || g_TLState == STATE_LOGGED_OUT;
 
-    queryDevice(message);
+    if (g_nLegacySystem == 1) {
+        op.info("Legacy system, no query of the device");
+        m_nCommandLevel = 0;
+        m_nLevel = 0;
+    } else {
+        queryDevice(op);
+    }
 
     op.info("Resetting low level warning state to LOW_LEVEL_WARNING_TRUE to make sure the first payout call "
             "is made with an askPayout first.");
@@ -89,9 +119,8 @@ std::int16_t CTLLogics::login(std::int16_t loginNumber, const std::string& login
     g_bAskPayoutDone = false;
     g_nAskPayoutAmount = 0;
     op.prepare(COMMAND_LOGIN);
-    const std::int16_t sent = g_nApiVersionKind == API_VERSION_KIND_LONG
-                                  ? g_ostrivane.login(loginText, message)
-                                  : g_ostrivane.login(number, digits, message);
+    const std::int16_t sent = deviceHasLongForms() ? g_ostrivane.login(loginText, message)
+                                                   : g_ostrivane.login(number, digits, message);
     if (sent != TL_STATUS_OK) {
         op.error("COstrivane::login failed");
         return sent;
@@ -102,7 +131,7 @@ std::int16_t CTLLogics::login(std::int16_t loginNumber, const std::string& login
     op.info(compose("Waiting for a message resulted in:", heard));
     if (g_nLastCallbackMode == MODE_NOT_OPENED || g_nLastCallbackStatus == DEVICE_BUSY ||
         g_TLState == STATE_LOGGED_OUT)
-        return giveUpLogin(message);
+        return giveUpLogin(op);
 
     const std::int16_t opened = waitForMode(MODE_OPEN, ANSWER_TIMEOUT, false);
     if (opened == TL_STATUS_TIMEOUT)
@@ -131,46 +160,12 @@ std::int16_t CTLLogics::login(std::int16_t loginNumber, const std::string& login
     return op.done();
 }
 
-/// Asks what the device is able to do; a failure leaves the login to the device.
-void CTLLogics::queryDevice(std::string& message)
-{
-    if (g_nLegacySystem == 1) {
-        logDebug("CTLLogics::login: Legacy system, no query of the device");
-        m_nCommandLevel = 0;
-        m_nLevel = 0;
-        return;
-    }
-    const std::int16_t queried = queryCommandSet(message);
-    logDebug(compose("CTLLogics::login: queryCommandSet returned ", queried, ", message = ", message));
-    if (g_sSupportedCommands.get().find('V') != std::string::npos) {
-        const std::int16_t version = versionTL(message);
-        logDebug(compose("CTLLogics::login: versionTL returned ", version, ", message = ", message));
-    }
-}
-
-std::int16_t CTLLogics::giveUpLogin(std::string& message)
-{
-    g_sLastDeviceMessage.clear();
-    g_bCommandMade = false;
-    g_nLastCommand = COMMAND_LOGOUT;
-    g_ostrivane.loggedOut(message);
-    g_nLastCallbackMode = MODE_CLOSED;
-    g_nLastCallbackStatus = DEVICE_ERROR;
-    sendStatusEvent(0, DEVICE_ERROR, MODE_CLOSED);
-    g_TLState = STATE_LOGGED_OUT;
-    logDebug("CTLLogics::login: Tellarion is Busy. Send failed to comply");
-    message = lookupText("Failed to comply");
-    return TL_STATUS_FAILED_TO_COMPLY;
-}
-
 std::int16_t CTLLogics::queryCommandSet(std::string& message)
 {
-    const Operation op(*this, "queryCommandSet", message);
+    Operation op(*this, "queryCommandSet", message);
     if (g_TLState > STATE_LOGGED_OUT && g_nLastCallbackStatus == DEVICE_BUSY &&
-        waitForReady(Ready::PayinEnabledOrDisabled, BUSY_TIMEOUT) == TL_STATUS_TIMEOUT) {
-        message = lookupText("Tellarion is busy");
-        return TL_STATUS_BUSY;
-    }
+        op.waitForReady(ReadyStatus::Either, BUSY_TIMEOUT) == TL_STATUS_TIMEOUT)
+        return op.answer(TL_STATUS_BUSY, "Tellarion is busy");
 
     g_sLastDeviceMessage.clear();
     g_bCommandMade = true;
@@ -184,10 +179,9 @@ std::int16_t CTLLogics::queryCommandSet(std::string& message)
         return op.failed("COstrivane::queryCommandSet", result);
     }
     if (waitForCallback("x", ANSWER_TIMEOUT) == TL_STATUS_TIMEOUT) {
-        message = lookupText("Timed out");
         m_nCommandLevel = 1;
         m_nLevel = 0;
-        return TL_STATUS_TIMEOUT;
+        return op.answer(TL_STATUS_TIMEOUT, "Timed out");
     }
     m_nCommandLevel = EXTENDED_COMMAND_SET;
     m_nLevel = 1;
@@ -200,10 +194,9 @@ std::int16_t CTLLogics::queryCommandSet(std::string& message)
 
 std::int16_t CTLLogics::versionTL(std::string& message)
 {
-    const Operation op(*this, "versionTL", message);
+    Operation op(*this, "versionTL", message);
     op.enter("CTLLogics::versionTL()");
-    if (g_TLState > STATE_LOGGED_OUT &&
-        op.waitWhileBusy(Ready::PayinEnabledOrDisabled, BUSY_TIMEOUT) == TL_STATUS_TIMEOUT)
+    if (g_TLState > STATE_LOGGED_OUT && op.waitWhileBusy() == TL_STATUS_TIMEOUT)
         return op.stillBusy();
 
     op.prepare(COMMAND_VERSION);
@@ -211,7 +204,7 @@ std::int16_t CTLLogics::versionTL(std::string& message)
         return op.failed("COstrivane::versionTL", result);
     if (waitForCallback("v", ANSWER_TIMEOUT) == TL_STATUS_TIMEOUT)
         return op.refuse(TL_STATUS_TIMEOUT, "Timed out", "versionTL timed out");
-    if (g_nApiVersionKind == API_VERSION_KIND_LONG)
+    if (deviceHasLongForms())
         m_nLevel = 2;
     m_sInfo = g_sApiVersion.get();
     op.info(compose("API Version: ", m_sInfo));
@@ -220,14 +213,14 @@ std::int16_t CTLLogics::versionTL(std::string& message)
 
 std::int16_t CTLLogics::logout(std::string& message)
 {
-    const Operation op(*this, "logout", message);
+    Operation op(*this, "logout", message);
     op.enter("CTLLogics::logout()");
     g_bAskPayoutDone = false;
     op.prepare(COMMAND_LOGOUT);
     std::int16_t sent = g_ostrivane.logout(message);
     if (sent == TL_STATUS_BUSY) {
         op.info("Tellarion was Busy. Wait for Ok and try again");
-        if (waitForReady(Ready::PayinEnabledOrDisabled, statusOkTimeout()) == TL_STATUS_TIMEOUT)
+        if (op.waitForReady(ReadyStatus::Either, statusOkTimeout(*this)) == TL_STATUS_TIMEOUT)
             return op.refuse(TL_STATUS_BUSY, "Tellarion is busy", "Tellarion is still busy");
         logDebug("CTLLogics::logout() internal class ostrivane.logout was busy, now trying again");
         sent = g_ostrivane.logout(message);
@@ -250,7 +243,7 @@ std::int16_t CTLLogics::logout(std::string& message)
 
 std::int16_t CTLLogics::isOpen(std::uint32_t& open, std::string& message)
 {
-    const Operation op(*this, "isOpen", message);
+    Operation op(*this, "isOpen", message);
     op.enter("CTLLogics::isOpen()");
     open = g_bDeviceOpen ? 1 : 0;
     logDebug(compose("CTLLogics::isOpen status = ", open, "."));
@@ -260,16 +253,16 @@ std::int16_t CTLLogics::isOpen(std::uint32_t& open, std::string& message)
 std::int16_t CTLLogics::info(std::uint32_t& level, std::string& commands, std::string& master,
                              std::string& version, std::string& message)
 {
-    const Operation op(*this, "info", message);
+    Operation op(*this, "info", message);
     op.enter("CTLLogics::info()");
-    if (const auto refusal = op.needsSession("Info"))
-        return *refusal;
+    if (op.lacksSession("Info"))
+        return op.outcome();
 
     level = static_cast<std::uint32_t>(m_nLevel);
     commands = m_nLevel == 0 ? "ABCDEF" : m_sCommands;
     master = m_nLevel == 0 ? "" : m_sMaster;
     version = m_nLevel == 0 ? "" : m_nLevel == 1 ? "Tellarion" : m_sInfo;
-    message = lookupText("Done");
+    op.done();
     op.info(compose("level=", level, ", commands=\"", commands, "\", master=\"", master, "\", info=\"",
                     version, "\", message=\"", message, "\"."));
     return TL_STATUS_OK;

@@ -42,7 +42,8 @@ enum DeviceMode : std::int32_t {
     MODE_ADMINISTRATION = 3
 };
 
-/// Kind 1 of g_nApiVersionKind: long login and long messages.
+/// Kind 1 of g_nApiVersionKind, a device with the long forms: it takes the login text whole, and its messages
+/// have a kind and a code before their text. It is also the device that takes some commands despite an error.
 constexpr std::int32_t API_VERSION_KIND_LONG = 1;
 
 /// m_nCommandLevel of a device with the extended command set.
@@ -132,3 +133,8 @@ inline constinit std::atomic<bool> g_bSendingPayCommand{false};
 extern SharedText g_sCountParts; // parts of a cash count so far
 extern SharedText g_sEParts;     // parts of an administration answer so far, joined with "|"
 extern CashCountResult g_cashCountResult;
+
+inline bool deviceHasLongForms()
+{
+    return g_nApiVersionKind == API_VERSION_KIND_LONG;
+}

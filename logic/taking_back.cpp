@@ -13,21 +13,34 @@ enum RegretType : std::int16_t { REGRET_LAST_NOTE = 0, REGRET_ALL = 1 };
 
 constexpr std::int64_t REGRET_BUSY_TIMEOUT = 10000; // a customer at the device is not made to wait longer
 
+/// Follows the device through busy and, if the setting says so, back to ready.
+std::int16_t waitForMoneyBack(const Operation& op, std::int32_t paidIn, SettingNumber okCheck)
+{
+    // With nothing paid in the device has nothing to do and never turns busy.
+    if (paidIn > 0) {
+        if (const std::int16_t waited = op.logic().waitForStatus(DEVICE_BUSY, ANSWER_TIMEOUT);
+            waited != TL_STATUS_OK)
+            return op.timedOut("Start", waited);
+    }
+    if (op.logic().settings().getIntSetting(okCheck) == 1) {
+        if (const std::int16_t waited = op.waitForReady(ReadyStatus::Either, statusOkTimeout(op.logic()));
+            waited != TL_STATUS_OK)
+            return op.timedOut("Stop", waited);
+    }
+    return op.done();
+}
+
 } // namespace
 
 std::int16_t CTLLogics::change(std::string& message)
 {
-    const Operation op(*this, "change", message);
+    Operation op(*this, "change", message);
     op.enter("CTLLogics::change()");
     g_bAskPayoutDone = false;
     const std::int32_t paidInAtEntry = g_nAmountPaidIn; // before the wait, unlike regret
-    if (const auto refusal = op.busyGate(Ready::PayinEnabledOrDisabled, BUSY_TIMEOUT, OnError::Refuse))
-        return *refusal;
-    if (const auto refusal = op.needsSession("Change"))
-        return *refusal;
-    if (const auto refusal =
-            op.needsState("Change", {STATE_PAYIN_ENABLED, STATE_PAYIN_DISABLED, STATE_CASH_DEPOSITED}))
-        return *refusal;
+    if (op.busy() || op.lacksSession("Change") ||
+        op.lacksState("Change", {STATE_PAYIN_ENABLED, STATE_PAYIN_DISABLED, STATE_CASH_DEPOSITED}))
+        return op.outcome();
 
     op.prepare(COMMAND_CHANGE);
     const std::int16_t sent = sendPayCommand([&] { return g_ostrivane.change(message); });
@@ -38,29 +51,27 @@ std::int16_t CTLLogics::change(std::string& message)
 
 std::int16_t CTLLogics::regret(std::int16_t regretType, std::string& message)
 {
-    const Operation op(*this, "regret", message);
+    Operation op(*this, "regret", message);
     op.enter(compose("CTLLogics::regret(", regretType, ")"));
-    if (const auto refusal = op.busyGate(Ready::PayinEnabledOrDisabled, REGRET_BUSY_TIMEOUT, OnError::Refuse))
-        return *refusal;
+    if (op.busy({.timeout = REGRET_BUSY_TIMEOUT}))
+        return op.outcome();
     g_bAskPayoutDone = false;
     const std::int32_t paidInAtEntry = g_nAmountPaidIn;
 
     std::int16_t sent = TL_STATUS_OK;
     if (regretType == REGRET_LAST_NOTE) {
-        if (const auto refusal = op.needsSession("Regret Last Note"))
-            return *refusal;
-        if (const auto refusal = op.needsState(
-                "Regret Last Note", {STATE_PAYIN_ENABLED, STATE_PAYIN_DISABLED, STATE_CASH_DEPOSITED}))
-            return *refusal;
+        if (op.lacksSession("Regret Last Note") ||
+            op.lacksState("Regret Last Note",
+                          {STATE_PAYIN_ENABLED, STATE_PAYIN_DISABLED, STATE_CASH_DEPOSITED}))
+            return op.outcome();
         op.prepare(COMMAND_REGRET_LAST_NOTE);
         sent = sendPayCommand([&] { return g_ostrivane.regretLastNote(message); });
     } else if (regretType == REGRET_ALL) {
-        if (const auto refusal = op.needsSession("Regret All"))
-            return *refusal;
-        if (const auto refusal = op.needsState("Regret All", {STATE_PAYIN_ENABLED, STATE_PAYIN_DISABLED}))
-            return *refusal;
+        if (op.lacksSession("Regret All") ||
+            op.lacksState("Regret All", {STATE_PAYIN_ENABLED, STATE_PAYIN_DISABLED}))
+            return op.outcome();
         op.prepare(COMMAND_PAYOUT);
-        if (m_nCommandLevel == EXTENDED_COMMAND_SET) {
+        if (hasExtendedCommandSet()) {
             op.info("True regret all is supported.");
             sent = sendPayCommand([&] { return g_ostrivane.regretAll(message); });
         } else {
@@ -75,30 +86,13 @@ std::int16_t CTLLogics::regret(std::int16_t regretType, std::string& message)
     return waitForMoneyBack(op, paidInAtEntry, RegretOkCheck);
 }
 
-/// Follows the device through busy and, if the setting says so, back to ready.
-std::int16_t CTLLogics::waitForMoneyBack(const Operation& op, std::int32_t paidIn,
-                                         SettingNumber okCheck) const
-{
-    // With nothing paid in the device has nothing to do and never turns busy.
-    if (paidIn > 0) {
-        if (const std::int16_t waited = waitForStatus(DEVICE_BUSY, ANSWER_TIMEOUT); waited != TL_STATUS_OK)
-            return op.timedOut("Start", waited);
-    }
-    if (m_settings.getIntSetting(okCheck) == 1) {
-        if (const std::int16_t waited = waitForReady(Ready::PayinEnabledOrDisabled, statusOkTimeout());
-            waited != TL_STATUS_OK)
-            return op.timedOut("Stop", waited);
-    }
-    return op.done();
-}
-
 std::int16_t CTLLogics::reset(std::string& message)
 {
-    const Operation op(*this, "reset", message);
+    Operation op(*this, "reset", message);
     op.enter("CTLLogics::reset()");
     // For a device in error, in every state.
-    if (const auto refusal = op.busyGate(Ready::PayinEnabledOrDisabled, BUSY_TIMEOUT, OnError::GoOn))
-        return *refusal;
+    if (op.busy({.onError = OnError::GoOn}))
+        return op.outcome();
     g_bAskPayoutDone = false;
     op.prepare(COMMAND_RESET);
     if (const std::int16_t sent = g_ostrivane.reset(message); sent != TL_STATUS_OK)

@@ -31,7 +31,7 @@ std::int16_t CTLLogics::waitForCallback(const std::string& wanted, std::int64_t 
     }
 }
 
-std::int16_t CTLLogics::waitForMode(std::int32_t mode, std::int64_t timeout, bool ignoreError) const
+std::int16_t CTLLogics::waitForMode(DeviceMode mode, std::int64_t timeout, bool ignoreError) const
 {
     std::int64_t elapsed = 0;
     for (;;) {
@@ -51,12 +51,12 @@ std::int16_t CTLLogics::waitForMode(std::int32_t mode, std::int64_t timeout, boo
     }
 }
 
-std::int16_t CTLLogics::waitForStatus(std::int32_t status, std::int64_t timeout) const
+std::int16_t CTLLogics::waitForStatus(DeviceStatus status, std::int64_t timeout) const
 {
     return waitForStatus(status, status, timeout);
 }
 
-std::int16_t CTLLogics::waitForStatus(std::int32_t statusA, std::int32_t statusB, std::int64_t timeout) const
+std::int16_t CTLLogics::waitForStatus(DeviceStatus statusA, DeviceStatus statusB, std::int64_t timeout) const
 {
     std::int64_t elapsed = 0;
     std::int32_t status = DEVICE_UNHEARD;
@@ -72,16 +72,4 @@ std::int16_t CTLLogics::waitForStatus(std::int32_t statusA, std::int32_t statusB
             return TL_STATUS_TIMEOUT;
     } while (status != statusA && status != statusB);
     return elapsed >= timeout ? TL_STATUS_TIMEOUT : TL_STATUS_OK;
-}
-
-std::int16_t CTLLogics::waitForReady(Ready ready, std::int64_t timeout) const
-{
-    return ready == Ready::PayinEnabledOnly
-               ? waitForStatus(DEVICE_READY, timeout)
-               : waitForStatus(DEVICE_READY, DEVICE_READY_PAYIN_DISABLED, timeout);
-}
-
-std::int64_t CTLLogics::statusOkTimeout() const
-{
-    return static_cast<std::int64_t>(m_settings.getIntSetting(StatusOkTimeout)) * 1000;
 }

@@ -14,7 +14,7 @@ using CountOperation = std::int16_t (CTLLogics::*)(std::vector<CashCountRecord>&
 std::int16_t countCall(const char* name, CountOperation operation, const RecordList& coins,
                        const RecordList& notes, char* message)
 {
-    return Call(name, compose(name, "(message)"), message).initiated().run([&](std::string& text) {
+    return Call(name, pieces(name, "(message)"), message).initiated().run([&](std::string& text) {
         std::vector<CashCountRecord> coinRecords;
         std::vector<CashCountRecord> noteRecords;
         const std::int16_t result = (g_logic.*operation)(coinRecords, noteRecords, text);
@@ -91,22 +91,22 @@ std::int16_t completeCashCountTL(CashCountRecord** coins, std::int32_t* nCoins, 
 std::int16_t adminModeTL(std::int16_t adminModeType, char* message)
 {
     // The entry line is headed by the parameter's name.
-    return Call("adminModeTL", compose("adminModeType(", adminModeType, ", message)"), message)
+    return Call("adminModeTL", pieces("adminModeType(", adminModeType, ", message)"), message)
         .initiated()
         .run([&](std::string& text) { return g_logic.adminMode(adminModeType, text); });
 }
 
 std::int16_t endReplenishTL(const char* transactionId, char* message)
 {
-    const std::string id = textOf(transactionId);
-    return Call("endReplenishTL", compose("endReplenishTL(", id, "\", message)"), message)
+    const std::string_view id = textOf(transactionId);
+    return Call("endReplenishTL", pieces("endReplenishTL(", id, "\", message)"), message)
         .initiated()
-        .run([&](std::string& text) { return g_logic.endReplenish(id, text); });
+        .run([&](std::string& text) { return g_logic.endReplenish(std::string(id), text); });
 }
 
 std::int16_t unlockTL(std::uint32_t number, char* message)
 {
-    return Call("unlockTL", compose("unlockTL(", number, "\", message)"), message)
+    return Call("unlockTL", pieces("unlockTL(", number, "\", message)"), message)
         .initiated()
         .run([&](std::string& text) { return g_logic.unlock(number, text); });
 }
@@ -115,16 +115,17 @@ std::int16_t collectToCashFloatTL(std::int16_t type, CashCountRecord** coins, st
                                   CashCountRecord** notes, std::int32_t* nNotes, std::uint32_t* amountRest,
                                   const char* transactionId, char* message)
 {
-    const std::string id = textOf(transactionId);
+    const std::string_view id = textOf(transactionId);
     const OutVariable restAmount(amountRest);
     const Rest rest{{coins, nCoins}, {notes, nNotes}, *restAmount};
     return Call("collectToCashFloatTL",
-                compose("collectToCashFloatTL(", type, ",coinsArray,0,notesArray,0,0,\"", id, "\", message)"),
+                pieces("collectToCashFloatTL(", type, ",coinsArray,0,notesArray,0,0,\"", id, "\", message)"),
                 message)
         .initiated()
         .run([&](std::string& text) {
             std::string coinsAndNotes;
-            const std::int16_t result = g_logic.collectToCashFloat(type, coinsAndNotes, id, text);
+            const std::int16_t result =
+                g_logic.collectToCashFloat(type, coinsAndNotes, std::string(id), text);
             if (result == TL_STATUS_OK)
                 handOutRest(coinsAndNotes, rest);
             else
@@ -137,16 +138,16 @@ std::int16_t purgeTL(std::uint32_t number, CashCountRecord** coins, std::int32_t
                      CashCountRecord** notes, std::int32_t* nNotes, std::uint32_t* amountRest,
                      const char* transactionId, char* message)
 {
-    const std::string id = textOf(transactionId);
+    const std::string_view id = textOf(transactionId);
     const OutVariable restAmount(amountRest);
     const Rest rest{{coins, nCoins}, {notes, nNotes}, *restAmount};
-    return Call("purgeTL", compose("purgeTL(", number, ",coinsArray,0,notesArray,0,0,\"", id, "\", message)"),
+    return Call("purgeTL", pieces("purgeTL(", number, ",coinsArray,0,notesArray,0,0,\"", id, "\", message)"),
                 message)
         .initiated()
         .run(
             [&](std::string& text) {
                 std::string coinsAndNotes;
-                const std::int16_t result = g_logic.purge(number, coinsAndNotes, id, text);
+                const std::int16_t result = g_logic.purge(number, coinsAndNotes, std::string(id), text);
                 handOutRest(coinsAndNotes, rest, "3", "4");
                 return result;
             },
@@ -157,13 +158,13 @@ std::int16_t dispenseSpecifiedTL(std::int16_t type, CashCountRecord** coins, std
                                  CashCountRecord** notes, std::int32_t* nNotes, std::uint32_t* amountRest,
                                  const char* transactionId, char* message)
 {
-    const std::string id = textOf(transactionId);
+    const std::string_view id = textOf(transactionId);
     const OutVariable restAmount(amountRest);
     const Rest rest{{coins, nCoins}, {notes, nNotes}, *restAmount};
     // The type is printed three times, and its results go by the name without the suffix.
     return Call("dispenseSpecified",
-                compose("dispenseSpecifiedTL(", type, ",coinsArray,", type, ",notesArray,", type, ",0,\"", id,
-                        "\", message)"),
+                pieces("dispenseSpecifiedTL(", type, ",coinsArray,", type, ",notesArray,", type, ",0,\"", id,
+                       "\", message)"),
                 message)
         .initiated()
         .run(
@@ -172,7 +173,7 @@ std::int16_t dispenseSpecifiedTL(std::int16_t type, CashCountRecord** coins, std
                 const std::vector<CashCountRecord> noteRecords = rest.notes.given();
                 std::string coinsAndNotes = compose(listOf(coinRecords), ";", listOf(noteRecords), ".");
                 const std::int16_t result = g_logic.dispenseSpecified(
-                    type, coinsAndNotes, amountOf(coinRecords, noteRecords), id, text);
+                    type, coinsAndNotes, amountOf(coinRecords, noteRecords), std::string(id), text);
                 handOutRest(coinsAndNotes, rest);
                 return result;
             },

@@ -12,7 +12,7 @@ std::int16_t fetchCall(const char* name, FetchText fetch, char* extInfo)
 {
     std::string fetched;
     const auto told = [&](const std::string&) { return compose("extInfo=", fetched); };
-    return Call(name, compose(name, "(extInfo) called from ActiveX API"))
+    return Call(name, pieces(name, "(extInfo) called from ActiveX API"))
         .requiredByLog("extInfo parameter is null", extInfo)
         .initiated()
         .run(

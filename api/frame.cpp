@@ -1,26 +1,24 @@
 #include "api/frame.h"
 
 #include "diag/language.h"
-#include "diag/log.h"
-#include "logic/shared_state.h"
 
-#include <cstring>
+#include <algorithm>
 
-void handOut(const std::string& text, char* buffer)
+namespace {
+
+/// What the application's buffers hold, without the NUL.
+constexpr std::size_t MOST_HANDED_OUT = 1023;
+
+} // namespace
+
+void handOut(std::string_view text, char* buffer)
 {
-    if (buffer != nullptr)
-        std::strcpy(buffer, text.c_str()); // up to the first NUL, as the application reads it
-}
-
-Call::Call(const char* name, const std::string& callText, char* message) : Call(name, callText)
-{
-    m_pMessage = message;
-    requiredByLog("message parameter is null", message);
-}
-
-Call::Call(const char* name, const std::string& callText) : m_sName(name), m_pMessage(nullptr)
-{
-    logLine(callText, LOG_APP_IN, LOG_FILE_API);
+    if (buffer == nullptr)
+        return;
+    // Up to the first NUL, as the application reads it.
+    const std::size_t length =
+        text.substr(0, std::min(text.find('\0'), MOST_HANDED_OUT)).copy(buffer, MOST_HANDED_OUT);
+    buffer[length] = '\0';
 }
 
 Call& Call::required(LanguageKey words, const void* pointer)
@@ -37,43 +35,16 @@ Call& Call::requiredByLog(const char* words, const void* pointer)
     return *this;
 }
 
-Call& Call::initiated(const std::function<std::string()>& clear)
-{
-    if (!accepted() || g_bInitiated)
-        return *this;
-    const std::string cleared = clear ? clear() : "";
-    return refuse(TL_STATUS_ERROR, "TL_STATUS_ERROR", cleared + "Not initiated", "Not initiated");
+void Call::tell(LanguageKey key) const
+try {
+    handOut(lookupText(key), m_pMessage);
+} catch (...) {
+    handOut("", m_pMessage);
 }
 
-Call& Call::refuse(std::int16_t status, const char* statusName, const std::string& line, LanguageKey key)
+std::int16_t Call::brokenOff() const
 {
-    if (!accepted())
-        return *this;
-    logRefusal(status, statusName, line);
-    if (m_pMessage != nullptr)
-        handOut(lookupText(key), m_pMessage);
-    return *this;
-}
-
-void Call::logRefusal(std::int16_t status, const char* statusName, const std::string& line)
-{
-    m_refusal = status;
-    logLineTwice(compose(m_sName, ": Failed! Returning ", status, " (", statusName, "): ", line), LOG_ERROR,
-                 LOG_FILE_API, LOG_FILE_ERROR);
-}
-
-std::int16_t Call::run(const Operation& operation, const Outcome& onFailure, const Outcome& onSuccess)
-{
-    if (m_refusal)
-        return *m_refusal;
-    std::string message;
-    const std::int16_t result = operation(message);
-    handOut(message, m_pMessage);
-    if (result != TL_STATUS_OK)
-        logLineTwice(compose(m_sName, ": Failed! Returning ", result, ": ", onFailure(message)), LOG_FAILURE,
-                     LOG_FILE_API, LOG_FILE_ERROR);
-    else
-        logLine(compose(m_sName, ": Ok! Returning 0 (TL_STATUS_OK): ", onSuccess(message)), LOG_DEBUG,
-                LOG_FILE_API);
-    return result;
+    handOut("", m_pMessage);
+    logLineTwice(pieces(m_sName, ": Failed! Returning 2: "), LOG_FAILURE, LOG_FILE_API, LOG_FILE_ERROR);
+    return TL_STATUS_ERROR;
 }

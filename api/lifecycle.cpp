@@ -13,7 +13,7 @@ namespace {
 std::int16_t refusePortType(const std::string& type, const std::string& readerError, std::string& message)
 {
     const auto refuse = [&](std::int16_t status, const std::string& line, LanguageKey key) {
-        logLine(compose("initTL: Failed! Returning ", status, line, readerError), LOG_FAILURE, LOG_FILE_API);
+        logLine(pieces("initTL: Failed! Returning ", status, line, readerError), LOG_FAILURE, LOG_FILE_API);
         message = lookupText(key);
         return status;
     };
@@ -32,38 +32,31 @@ std::int16_t refusePortType(const std::string& type, const std::string& readerEr
 template <typename Method, typename... Callbacks>
 std::int16_t registrationCall(const char* name, Method method, char* message, Callbacks... callbacks)
 {
-    const std::string callText =
-        compose(name, "(", (callbacks != nullptr ? "value, " : "NULL, ")..., "message)");
-    return Call(name, callText, message).run([&](std::string& text) {
-        return (g_logic.*method)(callbacks..., text);
-    });
+    return Call(name, pieces(name, "(", (callbacks != nullptr ? "value, " : "NULL, ")..., "message)"),
+                message)
+        .run([&](std::string& text) { return (g_logic.*method)(callbacks..., text); });
 }
 
 } // namespace
 
 std::int16_t initTL(const char* portSettings, const char* initSettings, char* message)
 {
-    const std::string port = textOf(portSettings);
-    const std::string settings = textOf(initSettings);
-    Call call("initTL", compose("initTL(", port, ", ", settings, ", message)"), message);
-    if (call.accepted() && port.empty()) {
-        logLineTwice("initTL: Failed! Returning 4 (TL_STATUS_INPUT_PARAM_ERROR): portSettings is empty",
-                     LOG_FAILURE, LOG_FILE_API, LOG_FILE_ERROR);
-        handOut(lookupText("portSettings is empty"), message);
-        return TL_STATUS_INPUT_PARAM_ERROR;
-    }
-    if (call.accepted() && g_bInitiated) {
-        logLineTwice("initTL: Warning! Returning 3 (TL_STATUS_WARNING): Already initiated", LOG_ERROR,
-                     LOG_FILE_API, LOG_FILE_ERROR);
-        handOut(lookupText("Already initiated"), message);
-        return TL_STATUS_WARNING;
-    }
+    const std::string_view givenPort = textOf(portSettings);
+    const std::string_view settings = textOf(initSettings);
+    Call call("initTL", pieces("initTL(", givenPort, ", ", settings, ", message)"), message);
+    if (givenPort.empty())
+        call.refuse(TL_STATUS_INPUT_PARAM_ERROR, "TL_STATUS_INPUT_PARAM_ERROR", "portSettings is empty",
+                    "portSettings is empty", Refused::Failure);
+    if (g_bInitiated)
+        call.refuse(TL_STATUS_WARNING, "TL_STATUS_WARNING", "Already initiated", "Already initiated",
+                    Refused::Warning);
     return call.run([&](std::string& text) {
+        const std::string port(givenPort);
         std::string readerError;
         const std::string type = getSettingsTag("Type:", port, readerError);
         if (type != "RS232")
             return refusePortType(type, readerError, text);
-        const std::int16_t result = g_logic.init(port, settings, text);
+        const std::int16_t result = g_logic.init(port, std::string(settings), text);
         if (result == TL_STATUS_OK)
             g_bInitiated = true;
         return result;

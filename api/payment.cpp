@@ -10,7 +10,7 @@ using PlainOperation = std::int16_t (CTLLogics::*)(std::string& message);
 
 std::int16_t plainCall(const char* name, PlainOperation operation, char* message)
 {
-    return Call(name, compose(name, "(message)"), message).initiated().run([&](std::string& text) {
+    return Call(name, pieces(name, "(message)"), message).initiated().run([&](std::string& text) {
         return (g_logic.*operation)(text);
     });
 }
@@ -29,27 +29,28 @@ std::int16_t disablePayinTL(char* message)
 
 std::int16_t depositTL(const char* transactionId, char* message)
 {
-    const std::string id = textOf(transactionId);
-    return Call("depositTL", compose("depositTL(\"", id, "\", message)"), message)
+    const std::string_view id = textOf(transactionId);
+    return Call("depositTL", pieces("depositTL(\"", id, "\", message)"), message)
         .initiated()
-        .run([&](std::string& text) { return g_logic.deposit(id, text); });
+        .run([&](std::string& text) { return g_logic.deposit(std::string(id), text); });
 }
 
 std::int16_t dispenseTL(std::int32_t amountDispense, const char* transactionId, std::int32_t* amountRest,
                         char* message)
 {
-    const std::string id = textOf(transactionId);
+    const std::string_view id = textOf(transactionId);
     const OutVariable rest(amountRest);
-    return Call("dispenseTL", compose("dispenseTL(", amountDispense, ", \"", id, "\", amountRest, message)"),
+    return Call("dispenseTL", pieces("dispenseTL(", amountDispense, ", \"", id, "\", amountRest, message)"),
                 message)
         .initiated()
-        .run([&](std::string& text) { return g_logic.dispense(amountDispense, id, *rest, text); },
-             withRest(*rest)); // the rest is not told on success
+        .run(
+            [&](std::string& text) { return g_logic.dispense(amountDispense, std::string(id), *rest, text); },
+            withRest(*rest)); // the rest is not told on success
 }
 
 std::int16_t askPayoutTL(std::int32_t amount, char* message)
 {
-    return Call("askPayoutTL", compose("askPayoutTL(", amount, ", message)"), message)
+    return Call("askPayoutTL", pieces("askPayoutTL(", amount, ", message)"), message)
         .initiated()
         .run([&](std::string& text) { return g_logic.askPayout(amount, text); });
 }
@@ -57,7 +58,7 @@ std::int16_t askPayoutTL(std::int32_t amount, char* message)
 std::int16_t askPayout2TL(std::int32_t amount, std::int32_t* amountRest, char* message)
 {
     const OutVariable rest(amountRest);
-    return Call("askPayout2TL", compose("askPayout2TL(", amount, ", amountRest, message)"), message)
+    return Call("askPayout2TL", pieces("askPayout2TL(", amount, ", amountRest, message)"), message)
         .required("amountRest parameter is null", amountRest)
         .initiated()
         .run([&](std::string& text) { return g_logic.askPayout(amount, *rest, text); }, withRest(*rest),
@@ -66,7 +67,7 @@ std::int16_t askPayout2TL(std::int32_t amount, std::int32_t* amountRest, char* m
 
 std::int16_t informTotalAmountTL(std::int32_t amountTotal, char* message)
 {
-    return Call("informTotalAmountTL", compose("informTotalAmountTL(", amountTotal, ", message)"), message)
+    return Call("informTotalAmountTL", pieces("informTotalAmountTL(", amountTotal, ", message)"), message)
         .initiated()
         .run([&](std::string& text) { return g_logic.informTotalAmount(amountTotal, text); });
 }
@@ -74,40 +75,43 @@ std::int16_t informTotalAmountTL(std::int32_t amountTotal, char* message)
 std::int16_t payoutTL(std::int32_t amountDispense, std::int32_t amountDeposit, const char* transactionId,
                       char* message)
 {
-    const std::string id = textOf(transactionId);
+    const std::string_view id = textOf(transactionId);
     return Call("payoutTL",
-                compose("payoutTL(", amountDispense, ", ", amountDeposit, ", \"", id, "\", message)"),
-                message)
+                pieces("payoutTL(", amountDispense, ", ", amountDeposit, ", \"", id, "\", message)"), message)
         .initiated()
-        .run([&](std::string& text) { return g_logic.payout(amountDispense, amountDeposit, id, text); });
+        .run([&](std::string& text) {
+            return g_logic.payout(amountDispense, amountDeposit, std::string(id), text);
+        });
 }
 
 std::int16_t payout2TL(std::int32_t amountDispense, std::int32_t amountDeposit, const char* transactionId,
                        std::int32_t* amountRest, char* message)
 {
-    const std::string id = textOf(transactionId);
+    const std::string_view id = textOf(transactionId);
     const OutVariable rest(amountRest);
     return Call("payout2TL",
-                compose("payout2TL(", amountDispense, ", ", amountDeposit, ", \"", id,
-                        "\", amountRest, message)"),
+                pieces("payout2TL(", amountDispense, ", ", amountDeposit, ", \"", id,
+                       "\", amountRest, message)"),
                 message)
         .required("amountRest parameter is null", amountRest)
         .initiated()
         .run(
-            [&](std::string& text) { return g_logic.payout(amountDispense, amountDeposit, id, *rest, text); },
+            [&](std::string& text) {
+                return g_logic.payout(amountDispense, amountDeposit, std::string(id), *rest, text);
+            },
             withRest(*rest), withRest(*rest));
 }
 
 std::int16_t amountDueTL(std::int32_t amountDue, const char* transactionId, std::int32_t* amountRest,
                          char* message)
 {
-    const std::string id = textOf(transactionId);
+    const std::string_view id = textOf(transactionId);
     const OutVariable rest(amountRest);
-    return Call("amountDueTL", compose("amountDueTL(", amountDue, ", \"", id, "\", amountRest, message)"),
+    return Call("amountDueTL", pieces("amountDueTL(", amountDue, ", \"", id, "\", amountRest, message)"),
                 message)
         .required("amountRest parameter is null", amountRest)
         .initiated()
-        .run([&](std::string& text) { return g_logic.amountDue(amountDue, id, *rest, text); },
+        .run([&](std::string& text) { return g_logic.amountDue(amountDue, std::string(id), *rest, text); },
              withRest(*rest), withRest(*rest));
 }
 
@@ -118,7 +122,7 @@ std::int16_t changeTL(char* message)
 
 std::int16_t regretTL(std::int16_t regretType, char* message)
 {
-    return Call("regretTL", compose("regretTL(", regretType, ", message)"), message)
+    return Call("regretTL", pieces("regretTL(", regretType, ", message)"), message)
         .initiated()
         .run([&](std::string& text) { return g_logic.regret(regretType, text); });
 }

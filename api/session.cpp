@@ -10,8 +10,7 @@ namespace {
 
 void logDate(const char* name)
 {
-    logLine(compose(name, ", date: ", dateText(platform::localTime().calendar, "-")), LOG_DEBUG,
-            LOG_FILE_API);
+    logLine(pieces(name, ", date: ", dateText(platform::localTime().calendar, "-")), LOG_DEBUG, LOG_FILE_API);
 }
 
 } // namespace
@@ -23,7 +22,7 @@ std::int16_t isOpenTL(std::uint32_t* open, char* message)
         .required("open parameter is null", open)
         .initiated([open] {
             *open = 0;
-            return std::string("open=0: ");
+            return "open=0: ";
         })
         .run([&](std::string& text) { return g_logic.isOpen(*open, text); }, opened, opened);
 }
@@ -40,7 +39,7 @@ std::int16_t infoTL(std::uint32_t* level, char* commands, char* master, char* in
             *level = 0;
             for (char* const text : {commands, master, info})
                 handOut("", text);
-            return std::string("level=0: ");
+            return "level=0: ";
         })
         .run(
             [&](std::string& text) {
@@ -61,7 +60,7 @@ std::int16_t infoTL(std::uint32_t* level, char* commands, char* master, char* in
 
 std::int16_t loginTL(std::int16_t loginNumber, std::int16_t loginDigits, char* message)
 {
-    return Call("loginTL", compose("loginTL(", loginNumber, ", ", loginDigits, ", message)"), message)
+    return Call("loginTL", pieces("loginTL(", loginNumber, ", ", loginDigits, ", message)"), message)
         .initiated()
         .run([&](std::string& text) {
             logDate("loginTL");
@@ -71,13 +70,13 @@ std::int16_t loginTL(std::int16_t loginNumber, std::int16_t loginDigits, char* m
 
 std::int16_t loginStrTL(const char* loginNumberText, const char* loginText, char* message)
 {
-    const std::string number = textOf(loginNumberText);
-    const std::string digits = textOf(loginText);
-    return Call("loginStrTL", compose("loginStrTL(", number, ", ", digits, ", message)"), message)
+    const std::string_view number = textOf(loginNumberText);
+    const std::string_view digits = textOf(loginText);
+    return Call("loginStrTL", pieces("loginStrTL(", number, ", ", digits, ", message)"), message)
         .initiated()
         .run([&](std::string& text) {
             logDate("loginStrTL");
-            return g_logic.login(number, digits, text);
+            return g_logic.login(std::string(number), std::string(digits), text);
         });
 }
 

@@ -71,14 +71,15 @@ std::string CTLSettings::getStringSetting(int number) const
 
 void CTLSettings::readFile(const std::string& path)
 {
+    const platform::Profile file(path);
     for (const SettingRow& row : settingsTable()) {
         Value& value = at(row).current;
         bool absent = false;
         if (row.type == SettingType::Text) {
-            value.text = platform::profileString(row.section, row.key, path);
+            value.text = file.text(row.section, row.key);
             absent = value.text.empty();
         } else {
-            value.number = platform::profileInt(row.section, row.key, path);
+            value.number = file.number(row.section, row.key);
             absent = value.number == -1;
             if (absent)
                 value.number = row.defaultValue;
@@ -87,8 +88,8 @@ void CTLSettings::readFile(const std::string& path)
         }
         refreshCopy(row);
         const std::string shown = row.type == SettingType::Text ? value.text : std::to_string(value.number);
-        logNote(compose("CTLLogics::getIniFileSettings: ", row.key, ": ", shown,
-                        absent ? " (default value)" : " (from ini file)"));
+        logNote(pieces("CTLLogics::getIniFileSettings: ", row.key, ": ", shown,
+                       absent ? " (default value)" : " (from ini file)"));
     }
 }
 
@@ -118,8 +119,8 @@ void CTLSettings::NewSettings(const std::string& initSettings, std::int16_t dura
         if (row.type == SettingType::Text) {
             fresh.text = getSettingsTag(tag, initSettings, errorText);
             if (fresh.text == SETTINGS_TAG_INVALID) {
-                logNote(compose("CTLSettings::NewSettings: Failed to get ", row.key,
-                                ", with error message: ", errorText));
+                logNote(pieces("CTLSettings::NewSettings: Failed to get ", row.key,
+                               ", with error message: ", errorText));
                 continue;
             }
             shown = fresh.text;
@@ -135,7 +136,7 @@ void CTLSettings::NewSettings(const std::string& initSettings, std::int16_t dura
         setting.previous = setting.current;
         setting.current = fresh;
         setting.changed = true;
-        logNote(compose("CTLSettings::NewSettings: Setting new ", row.key, ": ", shown));
+        logNote(pieces("CTLSettings::NewSettings: Setting new ", row.key, ": ", shown));
     }
 }
 
@@ -154,6 +155,6 @@ void CTLSettings::RestoreSettings()
         cleared.changed = false;
         const std::string shown =
             row.type == SettingType::Text ? setting.current.text : std::to_string(setting.current.number);
-        logNote(compose("CTLSettings::RestoreSettings: Restored ", row.key, ": ", shown));
+        logNote(pieces("CTLSettings::RestoreSettings: Restored ", row.key, ": ", shown));
     }
 }

@@ -13,11 +13,11 @@ bool opens(const std::string& path)
 {
     if (platform::canRead(path)) {
         logNote(
-            compose("CTLLogics::getIniFileSettings: About to read settings from configuration file: ", path));
+            pieces("CTLLogics::getIniFileSettings: About to read settings from configuration file: ", path));
         return true;
     }
     logNote(
-        compose("CTLLogics::getIniFileSettings: Settings file \"", path, "\" can't be opened for reading."));
+        pieces("CTLLogics::getIniFileSettings: Settings file \"", path, "\" can't be opened for reading."));
     return false;
 }
 
@@ -34,32 +34,32 @@ std::string findSettingsFile()
 
     const auto directory = platform::environmentVariable("TLCONFIG");
     if (directory) {
-        logNote(compose("CTLLogics::getIniFileSettings: Read environment variable TLCONFIG: ", *directory));
+        logNote(pieces("CTLLogics::getIniFileSettings: Read environment variable TLCONFIG: ", *directory));
         const std::string first = compose(*directory, separator, NAME);
-        logNote(compose("CTLLogics::getIniFileSettings: First settings file location (the TLCONFIG "
-                        "environment variable directory): ",
-                        first));
+        logNote(pieces("CTLLogics::getIniFileSettings: First settings file location (the TLCONFIG "
+                       "environment variable directory): ",
+                       first));
         if (opens(first))
             return first;
     } else {
         logNote("CTLLogics::getIniFileSettings: Environment variable TLCONFIG is not defined");
     }
 
-    logNote(compose("CTLLogics::getIniFileSettings: Second settings file location (the application "
-                    "directory): ",
-                    second));
+    logNote(pieces("CTLLogics::getIniFileSettings: Second settings file location (the application "
+                   "directory): ",
+                   second));
     if (opens(second))
         return second;
 
     logNote(
-        compose("CTLLogics::getIniFileSettings: Third settings file location (the DLL directory): ", third));
+        pieces("CTLLogics::getIniFileSettings: Third settings file location (the DLL directory): ", third));
     if (opens(third))
         return third;
 
     if (!windows.empty()) {
-        logNote(compose("CTLLogics::getIniFileSettings: Fourth settings file location (the Windows "
-                        "directory): ",
-                        fourth));
+        logNote(pieces("CTLLogics::getIniFileSettings: Fourth settings file location (the Windows "
+                       "directory): ",
+                       fourth));
         if (opens(fourth))
             return fourth;
     }
@@ -73,14 +73,14 @@ std::string getRuntimePath()
 {
     const std::string path = platform::ownModulePath(LIBRARY_FILE_NAME);
     if (path.empty()) {
-        logError(compose("ctllogics.getRuntimePath: Failed to get full path for runtime module: ",
-                         LIBRARY_FILE_NAME));
+        logError(pieces("ctllogics.getRuntimePath: Failed to get full path for runtime module: ",
+                        LIBRARY_FILE_NAME));
         return "";
     }
     std::size_t length = path.size();
     while (length > 0 && !platform::isPathSeparator(path[length - 1]))
         --length;
     if (length == 0)
-        logError(compose("ctllogics.getRuntimePath: Failed to extract path part from: ", path));
+        logError(pieces("ctllogics.getRuntimePath: Failed to extract path part from: ", path));
     return path.substr(0, length);
 }

@@ -48,14 +48,14 @@ std::int16_t COstrivane::send(const std::string& command, std::string& message)
 /// Logs the whole exchange.
 std::int16_t COstrivane::sendLoudly(const char* method, const std::string& command, std::string& message)
 {
-    logDebug(compose("COstrivane::", method, ": Calling my_tl_002"));
+    logDebug(pieces("COstrivane::", method, ": Calling my_tl_002"));
     std::string answer;
     const std::int16_t result = my_tl_002(command, answer, message);
-    logDebug(compose("COstrivane::", method, ": sent command: ", command));
-    logDebug(compose("COstrivane::", method, ": return value: ", result, ", message: ", message));
-    logDebug(compose("COstrivane::", method, ": received ans: ", answer));
+    logDebug(pieces("COstrivane::", method, ": sent command: ", command));
+    logDebug(pieces("COstrivane::", method, ": return value: ", result, ", message: ", message));
+    logDebug(pieces("COstrivane::", method, ": received ans: ", answer));
     if (result != TL_STATUS_OK)
-        logDebug(compose("COstrivane::", method, ": the ", method, " command failed"));
+        logDebug(pieces("COstrivane::", method, ": the ", method, " command failed"));
     return result;
 }
 
@@ -66,10 +66,10 @@ std::int16_t COstrivane::sendLoudlyOnFailure(const char* method, const std::stri
     std::string answer;
     const std::int16_t result = my_tl_002(command, answer, message);
     if (result != TL_STATUS_OK) {
-        logDebug(compose("COstrivane::", method, ": sent command: ", command));
-        logDebug(compose("COstrivane::", method, ": return value: ", result, ", message: ", message));
-        logDebug(compose("COstrivane::", method, ": received ans: ", answer));
-        logDebug(compose("COstrivane::", method, ": the ", method, " command failed"));
+        logDebug(pieces("COstrivane::", method, ": sent command: ", command));
+        logDebug(pieces("COstrivane::", method, ": return value: ", result, ", message: ", message));
+        logDebug(pieces("COstrivane::", method, ": received ans: ", answer));
+        logDebug(pieces("COstrivane::", method, ": the ", method, " command failed"));
     }
     return result;
 }
@@ -109,17 +109,17 @@ std::int16_t COstrivane::logout(std::string& message)
     std::string answer;
     const std::int16_t result = my_tl_002("b", answer, message);
     if (result != TL_STATUS_OK) {
-        logDebug(compose("COstrivane::logout: received ans: ", answer, ", message: ", message));
-        logDebug(compose("COstrivane::logout: returning not ok: ", result));
+        logDebug(pieces("COstrivane::logout: received ans: ", answer, ", message: ", message));
+        logDebug(pieces("COstrivane::logout: returning not ok: ", result));
     }
     return result;
 }
 
 std::int16_t COstrivane::loggedOut(std::string& message)
 {
-    if (fp_tl_loggedout != nullptr) {
+    if (const LoggedOutFunction tell = fp_tl_loggedout) {
         AnswerBuffer buffer{};
-        fp_tl_loggedout("", buffer.data());
+        tell("", buffer.data());
     }
     message = lookupText("Done");
     return TL_STATUS_OK;
@@ -154,10 +154,10 @@ std::int16_t COstrivane::informTotalAmount(std::int32_t amountTotal, std::string
 std::int16_t COstrivane::doPayOut(std::int32_t amountDispense, std::int32_t amountDeposit,
                                   const std::string& transactionId, std::string& message)
 {
-    logDebug(compose("COstrivane::doPayOut: Transaction Id: ", transactionId));
-    logDebug(compose("COstrivane::doPayOut: Amount Deposit: ", amountDeposit));
-    logDebug(compose("COstrivane::doPayOut: Amount Dispense: ", amountDispense));
-    logDebug(compose("COstrivane::doPayOut: Amount Due: ", wrappingSubtract(amountDeposit, amountDispense)));
+    logDebug(pieces("COstrivane::doPayOut: Transaction Id: ", transactionId));
+    logDebug(pieces("COstrivane::doPayOut: Amount Deposit: ", amountDeposit));
+    logDebug(pieces("COstrivane::doPayOut: Amount Dispense: ", amountDispense));
+    logDebug(pieces("COstrivane::doPayOut: Amount Due: ", wrappingSubtract(amountDeposit, amountDispense)));
     return send(compose('f', FS, wholeAmount(amountDispense), FS, wholeAmount(amountDeposit),
                         optionalField(transactionId)),
                 message);

@@ -14,7 +14,7 @@ namespace {
 constexpr const char* LIBRARY = "Ostrivane";
 
 template <typename Function>
-void bind(Function& slot, platform::Module module, const char* functionName)
+void bind(std::atomic<Function>& slot, platform::Module module, const char* functionName)
 {
     slot = reinterpret_cast<Function>(platform::findFunction(module, functionName));
 }
@@ -61,7 +61,7 @@ std::int16_t COstrivane::loadTheComLibrary(std::string& message)
     bind(fp_tl_loggedout, m_hLibrary, "tl_loggedout"); // may be missing: only a failed login needs it
 
     const auto refuse = [&](const char* slotName, LanguageKey key) {
-        logDebug(compose("COstrivane::loadTheComLibrary: ", slotName, " == NULL"));
+        logDebug(pieces("COstrivane::loadTheComLibrary: ", slotName, " == NULL"));
         platform::freeModule(m_hLibrary);
         unbind();
         return failed(message, key);
@@ -83,7 +83,7 @@ std::int16_t COstrivane::initialize(DeviceCallback callback, const char* portNam
     std::string answer;
     if (const std::int16_t result = loadTheComLibrary(answer); result != TL_STATUS_OK) {
         logError(
-            compose("COstrivane::initialize: loadTheComLibrary returned value: ", result, ", ans: ", answer));
+            pieces("COstrivane::initialize: loadTheComLibrary returned value: ", result, ", ans: ", answer));
         message = answer;
         logDebug("COstrivane::initialize: Returning TL_STATUS_ERROR");
         return TL_STATUS_ERROR;
@@ -92,16 +92,19 @@ std::int16_t COstrivane::initialize(DeviceCallback callback, const char* portNam
     logDebug("COstrivane::initialize: Calling my_tl_initiate");
     AnswerBuffer buffer{};
     answer.copy(buffer.data(), buffer.size() - 1);
-    std::int16_t code = 0;
-    fp_tl_initiate(callback, portName, buffer.data(), &code);
+    std::int16_t code = TL_STATUS_ERROR;
+    if (const InitiateFunction open = fp_tl_initiate) {
+        code = 0;
+        open(callback, portName, buffer.data(), &code);
+    }
     if (code == 0) {
         logDebug("COstrivane::initialize: Returning TL_STATUS_OK");
         return done(message);
     }
     logError("COstrivane::initialize: my_tl_initiate returned error");
     message = textOf(buffer);
-    logError(compose("COstrivane::initialize: my_tl_initiate returned error, portName: ",
-                     portName == nullptr ? "" : portName, ", ans: ", message, ", nReturn: ", code));
+    logError(pieces("COstrivane::initialize: my_tl_initiate returned error, portName: ",
+                    portName == nullptr ? "" : portName, ", ans: ", message, ", nReturn: ", code));
     return code;
 }
 
@@ -111,8 +114,15 @@ std::int16_t COstrivane::my_tl_002(const std::string& command, std::string& answ
     shown.front() = upperCase(shown.front());
     logLine(shown, LOG_DEVICE_OUT, LOG_FILE_LOGIC);
 
+    const CommandFunction sendCommand = fp_tl_002;
+    if (sendCommand == nullptr) {
+        // Another thread has closed the link under this one.
+        answer.clear();
+        message = lookupText("Send failed");
+        return TL_STATUS_SEND_FAILED;
+    }
     AnswerBuffer buffer{};
-    fp_tl_002(command.c_str(), buffer.data());
+    sendCommand(command.c_str(), buffer.data());
     answer = textOf(buffer);
     const AnswerMeaning meaning = meaningOf(buffer[2]);
     message = lookupText(meaning.key);
@@ -121,10 +131,11 @@ std::int16_t COstrivane::my_tl_002(const std::string& command, std::string& answ
 
 std::int16_t COstrivane::my_tl_dini(std::string& message)
 {
-    if (fp_tl_dini == nullptr)
+    const DiniFunction close = fp_tl_dini;
+    if (close == nullptr)
         return failed(message, "tl_dini is null");
     AnswerBuffer buffer{};
-    fp_tl_dini(this, buffer.data());
+    close(this, buffer.data());
     message = textOf(buffer);
     return TL_STATUS_OK;
 }
@@ -145,8 +156,8 @@ std::int16_t COstrivane::exit(std::string& message)
             return TL_STATUS_ERROR;
         }
     } else {
-        logDebug(compose("COstrivane::exit: NOT calling freeTheComLibrary since we're currently processing (",
-                         depth, ") callback function(s) in that library."));
+        logDebug(pieces("COstrivane::exit: NOT calling freeTheComLibrary since we're currently processing (",
+                        depth, ") callback function(s) in that library."));
     }
     logDebug("COstrivane::exit: Done, returning TL_STATUS_OK");
     return done(message);

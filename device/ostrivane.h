@@ -4,6 +4,7 @@
 #include "platform/modules.h"
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <string>
 
@@ -83,12 +84,13 @@ private:
     std::int16_t sendLoudlyOnFailure(const char* method, const std::string& command, std::string& message);
     void unbind();
 
-    platform::Module m_hLibrary = nullptr; // null while nothing is loaded
+    std::atomic<platform::Module> m_hLibrary = nullptr; // null while nothing is loaded
 };
 
 // Process-wide; process_objects.cpp builds the object.
 extern COstrivane g_ostrivane;
-inline constinit InitiateFunction fp_tl_initiate = nullptr; // null until bound
-inline constinit DiniFunction fp_tl_dini = nullptr;
-inline constinit CommandFunction fp_tl_002 = nullptr;
-inline constinit LoggedOutFunction fp_tl_loggedout = nullptr; // null also if the library has none
+// Read once before each use: another thread may be in the exit.
+inline constinit std::atomic<InitiateFunction> fp_tl_initiate{nullptr}; // null until bound
+inline constinit std::atomic<DiniFunction> fp_tl_dini{nullptr};
+inline constinit std::atomic<CommandFunction> fp_tl_002{nullptr};
+inline constinit std::atomic<LoggedOutFunction> fp_tl_loggedout{nullptr}; // null also if the library has none

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <thread>
 
@@ -24,9 +25,16 @@ std::string formatted(const platform::LocalTime& time, const char* format)
     return text.data();
 }
 
-std::string dateOf(const platform::LocalTime& time)
+/// A number for the local date, never 0.
+int dayOf(const platform::LocalTime& time)
 {
-    return dateText(time.calendar, "-");
+    return (time.calendar.tm_year + 1900) * 1000 + time.calendar.tm_yday;
+}
+
+bool isSameSecond(const std::tm& one, const std::tm& other)
+{
+    return one.tm_sec == other.tm_sec && one.tm_min == other.tm_min && one.tm_hour == other.tm_hour &&
+           one.tm_yday == other.tm_yday && one.tm_year == other.tm_year;
 }
 
 // Names as the C locale writes them: the host program's locale must not reach the file names.
@@ -38,14 +46,6 @@ const char* weekdayOf(const platform::LocalTime& time)
 const char* monthOf(const platform::LocalTime& time)
 {
     return MONTHS[static_cast<std::size_t>(time.calendar.tm_mon) % MONTHS.size()];
-}
-
-/// "w45 23:53:04.123"
-std::string timeStampOf(const platform::LocalTime& time)
-{
-    return compose("w", formatted(time, "%W"), " ", leftPadded(time.calendar.tm_hour, 2), ":",
-                   leftPadded(time.calendar.tm_min, 2), ":", leftPadded(time.calendar.tm_sec, 2), ".",
-                   leftPadded(time.milliseconds, 3));
 }
 
 /// How a file of this index tells on its first line when it was begun: the week, or the year.
@@ -61,29 +61,43 @@ AgeMark ageMark(int fileIndex, const platform::LocalTime& now)
     return {"w%9d", std::atoi(formatted(now, "%W").c_str())};
 }
 
-/// Empties a file that was begun in another week or year, and hands back what is open then.
-std::FILE* emptyIfOld(std::FILE* file, const std::string& path, const AgeMark& mark)
+/// Empties a file that was begun in another week or year.
+void emptyIfOld(platform::AppendFile& file, const std::string& path, const AgeMark& mark)
 {
-    if (file == nullptr)
-        return nullptr;
-    const long position = std::ftell(file);
-    std::rewind(file);
+    if (!file.isOpen())
+        return;
+    std::string beginning = file.beginning(64);
+    std::replace(beginning.begin(), beginning.end(), '\0', '?'); // a NUL is no end of the file
     int begun = 0;
-    const int scanned = std::fscanf(file, mark.scanFormat, &begun);
-    if (scanned == EOF)
-        return file;
-    if (scanned == 1 && begun == mark.current) {
-        std::fseek(file, position, SEEK_SET);
-        return file;
+    const int scanned = std::sscanf(beginning.c_str(), mark.scanFormat, &begun);
+    if (scanned == EOF || (scanned == 1 && begun == mark.current))
+        return;
+    file.close();
+    platform::AppendFile::empty(path);
+    file = platform::AppendFile::open(path);
+}
+
+/// Ends a text at its first NUL and keeps it on one line.
+void tidy(std::string& line, std::size_t start)
+{
+    std::size_t at = line.find_first_of(std::string_view("\0\r\n", 3), start);
+    while (at != std::string::npos) {
+        if (line[at] == '\0') {
+            line.resize(at);
+            return;
+        }
+        line.replace(at, 1, line[at] == '\r' ? "\\r" : "\\n");
+        at = line.find_first_of(std::string_view("\0\r\n", 3), at + 2);
     }
-    std::fclose(file);
-    if (std::FILE* const emptied = platform::openLogFile(path, platform::LogOpening::Empty))
-        std::fclose(emptied);
-    return platform::openLogFile(path, platform::LogOpening::Append);
+}
+
+void appendText(std::string& line, const void* text)
+{
+    line += *static_cast<const std::string_view*>(text);
 }
 
 /// The mark of a kind, or null if the kind is unknown or its gate is shut.
-const char* openMark(int kind)
+const char* openMark(LogKind kind)
 {
     switch (kind) {
     case LOG_APP_IN:
@@ -101,9 +115,8 @@ const char* openMark(int kind)
         return "!!";
     case LOG_NOTE:
         return "##";
-    default:
-        return nullptr;
     }
+    return nullptr;
 }
 
 /// Holds the log for one line.
@@ -124,6 +137,14 @@ private:
     std::unique_lock<std::mutex> m_lock;
 };
 
+void openLog()
+{
+    g_nLogDay = 0;
+    g_pLogFiles = std::make_unique<CLogFiles>();
+    if (!g_pLogFiles->hasNoDirectory())
+        g_nLogDay = g_pLogFiles->day();
+}
+
 /// A subfolder must stay below the log directory.
 bool isSafeFolderName(const std::string& name)
 {
@@ -135,11 +156,11 @@ bool isSafeFolderName(const std::string& name)
 
 CLogFiles::CLogFiles()
 {
+    const platform::LocalTime now = platform::localTime();
+    m_nDay = dayOf(now);
     findDirectory();
     if (!m_sDirectory.empty())
-        openFiles(platform::localTime());
-    else
-        m_sCreationDate = dateOf(platform::localTime());
+        openFiles(now);
 }
 
 void CLogFiles::findDirectory()
@@ -158,7 +179,6 @@ void CLogFiles::findDirectory()
 
 void CLogFiles::openFiles(const platform::LocalTime& now)
 {
-    m_sCreationDate = dateOf(now);
     const std::array<std::string, 3> periods{weekdayOf(now), weekdayOf(now), monthOf(now)};
     const bool separated = platform::isPathSeparator(m_sDirectory.back());
     std::array<std::string, 3> paths;
@@ -166,73 +186,86 @@ void CLogFiles::openFiles(const platform::LocalTime& now)
         paths[i] = compose(m_sDirectory, separated ? "" : platform::pathSeparator(), BASE_NAMES[i], "_",
                            periods[i], ".log");
         platform::clearReadOnly(paths[i]);
-        m_files[i] = platform::openLogFile(paths[i], platform::LogOpening::Append);
+        m_files[i] = platform::AppendFile::open(paths[i]);
     }
     // Only now that all are open.
     for (std::size_t i = 0; i < m_files.size(); ++i)
-        m_files[i] = emptyIfOld(m_files[i], paths[i], ageMark(static_cast<int>(i), now));
+        emptyIfOld(m_files[i], paths[i], ageMark(static_cast<int>(i), now));
 }
 
-void CLogFiles::write(const std::string& text, int kind, int fileIndex, const platform::LocalTime& now) const
+/// The texts of a second are made once: making them costs more than all the rest of a line.
+void CLogFiles::readClock(const platform::LocalTime& now)
 {
-    if (fileIndex < LOG_FILE_API || fileIndex > LOG_FILE_ERROR)
+    if (!m_sSecond.empty() && isSameSecond(m_second, now.calendar))
         return;
-    std::FILE* const file = m_files[static_cast<std::size_t>(fileIndex)];
-    if (file == nullptr)
+    m_second = now.calendar;
+    m_sSecond = compose("w", formatted(now, "%W"), " ", leftPadded(now.calendar.tm_hour, 2), ":",
+                        leftPadded(now.calendar.tm_min, 2), ":", leftPadded(now.calendar.tm_sec, 2), ".");
+    m_sDate = compose(dateText(now.calendar, "-"), " ", weekdayOf(now), " ");
+}
+
+void CLogFiles::write(AppendText append, const void* text, const char* mark, LogFile file,
+                      const platform::LocalTime& now)
+{
+    const platform::AppendFile& target = m_files[file];
+    if (!target.isOpen())
         return;
-    if (const char* const mark = openMark(kind)) {
-        const std::string prefix =
-            fileIndex == LOG_FILE_ERROR ? compose(dateOf(now), " ", weekdayOf(now), " ") : "";
-        std::fprintf(file, "%s%s %s %s\n", prefix.c_str(), timeStampOf(now).c_str(), mark, text.c_str());
-    }
-    std::fflush(file);
+    readClock(now);
+    m_sLine.clear();
+    if (file == LOG_FILE_ERROR)
+        m_sLine += m_sDate;
+    m_sLine += m_sSecond;
+    for (const int unit : {100, 10, 1})
+        m_sLine += static_cast<char>('0' + now.milliseconds / unit % 10);
+    m_sLine += ' ';
+    m_sLine += mark;
+    m_sLine += ' ';
+    const std::size_t start = m_sLine.size();
+    append(m_sLine, text);
+    tidy(m_sLine, start);
+    m_sLine += platform::lineEnd();
+    target.append(m_sLine);
 }
 
 void CLogFiles::close()
 {
-    for (std::FILE*& file : m_files) {
-        if (file != nullptr)
-            std::fclose(file);
-        file = nullptr;
-    }
+    for (platform::AppendFile& file : m_files)
+        file.close();
     m_sDirectory.clear();
     m_bNoDirectory = false;
 }
 
-void logLine(const std::string& text, int kind, int fileIndex)
+bool isLogged(LogKind kind)
 {
+    return openMark(kind) != nullptr;
+}
+
+void logLine(AppendText append, const void* text, LogKind kind, LogFile file) noexcept
+try {
+    const char* const mark = openMark(kind);
+    // A line that is not written opens the day's files all the same, but doesn't wait for them.
+    if (mark == nullptr && g_nLogDay == dayOf(platform::localTime()))
+        return;
     const LogLock lock;
     if (!lock)
         return;
     if (g_pLogFiles == nullptr || g_pLogFiles->hasNoDirectory())
-        g_pLogFiles = std::make_unique<CLogFiles>();
+        openLog();
     const platform::LocalTime now = platform::localTime();
-    if (dateOf(now) != g_pLogFiles->creationDate()) {
-        g_pLogFiles->close();
-        g_pLogFiles = std::make_unique<CLogFiles>();
+    if (dayOf(now) != g_pLogFiles->day()) {
+        g_pFormerLogFiles.reset();
+        g_pLogFiles.reset();
+        openLog();
     }
-    g_pLogFiles->write(text, kind, fileIndex, now);
+    if (mark != nullptr)
+        g_pLogFiles->write(append, text, mark, file, now);
+} catch (...) {
+    // No memory: the line is lost.
 }
 
-void logLineTwice(const std::string& text, int kind, int fileIndex, int secondFileIndex)
+void logLine(std::string_view text, LogKind kind, LogFile file) noexcept
 {
-    logLine(text, kind, fileIndex);
-    logLine(text, kind, secondFileIndex);
-}
-
-void logDebug(const std::string& text)
-{
-    logLine(text, LOG_DEBUG, LOG_FILE_LOGIC);
-}
-
-void logNote(const std::string& text)
-{
-    logLine(text, LOG_NOTE, LOG_FILE_LOGIC);
-}
-
-void logError(const std::string& text)
-{
-    logLineTwice(text, LOG_ERROR, LOG_FILE_LOGIC, LOG_FILE_ERROR);
+    logLine(appendText, &text, kind, file);
 }
 
 void setLogSubfolder(const std::string& name)
@@ -241,14 +274,18 @@ void setLogSubfolder(const std::string& name)
     // A point tells an address from the name of a serial port.
     if (name.find('.') != std::string::npos && isSafeFolderName(name))
         g_sLogSubfolder = name.substr(0, MAX_SUBFOLDER_LENGTH);
-    // The former files stay open to the end of the process: whoever follows them loses nothing.
-    g_pLogFiles = std::make_unique<CLogFiles>();
+    // What is open stays so until the log is opened anew again: whoever follows it loses nothing.
+    g_pFormerLogFiles = std::move(g_pLogFiles);
+    openLog();
 }
 
 void closeLogFiles()
 {
     const LogLock lock;
-    if (lock && g_pLogFiles != nullptr)
+    if (!lock)
+        return;
+    g_pFormerLogFiles.reset();
+    if (g_pLogFiles != nullptr)
         g_pLogFiles->close();
 }
 

@@ -3,13 +3,16 @@
 #pragma once
 
 #include "platform/clock.h"
+#include "platform/files.h"
+#include "text/compose.h"
 
 #include <array>
 #include <atomic>
-#include <cstdio>
+#include <ctime>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 
 enum LogKind : int {
     LOG_APP_IN = 0,     // " => " a call from the application
@@ -24,16 +27,53 @@ enum LogKind : int {
 
 enum LogFile : int { LOG_FILE_API = 0, LOG_FILE_LOGIC = 1, LOG_FILE_ERROR = 2 };
 
-/// Writes at most one line and has it on disk before it returns. Never fails a caller. Any thread.
-void logLine(const std::string& text, int kind, int fileIndex);
+/// Writes at most one line and has it on disk before it returns. Never fails a caller. Any thread. The text
+/// ends at its first NUL, and a line end inside it is written as the two characters "\\n" or "\\r".
+void logLine(std::string_view text, LogKind kind, LogFile file) noexcept;
+
+/// Appends a text to the line that is being written.
+using AppendText = void (*)(std::string& line, const void* text);
+
+/// The same with a text that is put together only if its line is written.
+void logLine(AppendText append, const void* text, LogKind kind, LogFile file) noexcept;
+
+template <typename... Pieces>
+void logLine(const Joined<Pieces...>& text, LogKind kind, LogFile file)
+{
+    logLine([](std::string& line,
+               const void* joined) { static_cast<const Joined<Pieces...>*>(joined)->appendTo(line); },
+            &text, kind, file);
+}
 
 /// The same line into two files.
-void logLineTwice(const std::string& text, int kind, int fileIndex, int secondFileIndex);
+template <typename Text>
+void logLineTwice(const Text& text, LogKind kind, LogFile file, LogFile secondFile)
+{
+    logLine(text, kind, file);
+    logLine(text, kind, secondFile);
+}
 
 /// Progress of the logic, and its errors, which stand in the error file too.
-void logDebug(const std::string& text);
-void logNote(const std::string& text);
-void logError(const std::string& text);
+template <typename Text>
+void logDebug(const Text& text)
+{
+    logLine(text, LOG_DEBUG, LOG_FILE_LOGIC);
+}
+
+template <typename Text>
+void logNote(const Text& text)
+{
+    logLine(text, LOG_NOTE, LOG_FILE_LOGIC);
+}
+
+template <typename Text>
+void logError(const Text& text)
+{
+    logLineTwice(text, LOG_ERROR, LOG_FILE_LOGIC, LOG_FILE_ERROR);
+}
+
+/// Whether lines of this kind are written at present.
+bool isLogged(LogKind kind);
 
 /// Opens the log anew, in a folder named after the device's address if "name" looks like one.
 void setLogSubfolder(const std::string& name);
@@ -49,30 +89,40 @@ void expectUnload();
 class CLogFiles {
 public:
     CLogFiles();
-    CLogFiles(const CLogFiles&) = delete;
-    CLogFiles& operator=(const CLogFiles&) = delete;
 
     /// True if no directory could be made: worth another try at the next line.
     bool hasNoDirectory() const { return m_bNoDirectory; }
-    const std::string& creationDate() const { return m_sCreationDate; }
 
-    void write(const std::string& text, int kind, int fileIndex, const platform::LocalTime& now) const;
+    /// The day of its building.
+    int day() const { return m_nDay; }
+
+    void write(AppendText append, const void* text, const char* mark, LogFile file,
+               const platform::LocalTime& now);
     void close();
 
 private:
     void findDirectory();
     void openFiles(const platform::LocalTime& now);
+    void readClock(const platform::LocalTime& now);
 
-    std::array<std::FILE*, 3> m_files{}; // by file index; null while not open
-    std::string m_sCreationDate;         // "2026-11-22"
+    std::array<platform::AppendFile, 3> m_files; // by file index
+    int m_nDay;
     std::string m_sDirectory;
     bool m_bNoDirectory = false;
+
+    // What the lines of the running second begin with.
+    std::tm m_second{};
+    std::string m_sSecond; // "w46 14:05:06."
+    std::string m_sDate;   // "2026-11-22 Sun ", in the error file only
+    std::string m_sLine;   // the line that is being written
 };
 
 // Process-wide; process_objects.cpp builds what needs building.
 extern std::unique_ptr<CLogFiles> g_pLogFiles;
+extern std::unique_ptr<CLogFiles> g_pFormerLogFiles; // before the log moved; closed when it is opened anew
 extern std::string g_sLogSubfolder;
-extern std::mutex g_logLock;                            // guards the two above
+extern std::mutex g_logLock;                            // guards the three above
+inline constinit std::atomic<int> g_nLogDay{0};         // whose files are open; 0: none
 inline constinit std::atomic<bool> g_bUnloading{false}; // see expectUnload
 
 // What is logged, by kind; the current values of the settings of the same names.

@@ -5,14 +5,15 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// The pieces between separators. Nothing stands behind a separator at the very end, and an empty piece
 /// between two in a row.
-std::vector<std::string> split(const std::string& text, char separator);
+std::vector<std::string> split(std::string_view text, char separator);
 
 /// "<denomination>:<count>[:<recycle>],..." as records. Missing or unreadable fields are 0.
-std::vector<CashCountRecord> readRecords(const std::string& list);
+std::vector<CashCountRecord> readRecords(std::string_view list);
 
 /// Reads a whole count, "<coins>;<notes>[.]". 0, or 2 with a log line.
-std::int16_t formatCashCountResult(std::string& text, CashCountResult& result);
+std::int16_t formatCashCountResult(std::string_view text, CashCountResult& result);

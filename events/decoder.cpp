@@ -23,6 +23,9 @@ constexpr std::size_t MASTER_MAJOR_AT = 17;
 constexpr std::size_t MASTER_MINOR_AT = 19;
 constexpr std::size_t COMMANDS_AT = 21;
 
+/// The most that is kept of an answer in parts: a device that never ends one must not fill the memory.
+constexpr std::size_t MOST_OF_PARTS = 8192;
+
 constexpr std::int32_t INFORMATION_KIND = 3;
 
 /// Tells the log of a message that could not be read, and every waiting operation of an error.
@@ -63,8 +66,8 @@ void stepOfA(DeviceMessage& message)
         else if (message.nStatus == DEVICE_READY_PAYIN_DISABLED)
             g_TLState.compare_exchange_strong(state, STATE_PAYIN_DISABLED);
         else
-            logDebug(compose("ctllogics.callbackfunc(A): Unexpected callback status == ", message.nStatus,
-                             ", not changing g_TLState"));
+            logDebug(pieces("ctllogics.callbackfunc(A): Unexpected callback status == ", message.nStatus,
+                            ", not changing g_TLState"));
     }
     g_nAmountPaidIn = message.amountOrRest;
     g_nLastCallbackStatus = message.nStatus;
@@ -72,7 +75,7 @@ void stepOfA(DeviceMessage& message)
 
     if (message.nStatus == DEVICE_READY) {
         if (const auto step = g_nCurrentLowLevelWarningState.endPayOut())
-            logDebug("ctllogics.callbackfunc(A): " + step->text());
+            logDebug(pieces("ctllogics.callbackfunc(A): ", step->text()));
     }
 }
 
@@ -119,17 +122,29 @@ void stepOfV(const DeviceMessage& message)
     g_sApiVersion.set(text.substr(3, static_cast<std::size_t>(std::max(length, 0))));
 }
 
+/// A part that doesn't fit on its pile: an answer that long is none.
+bool refusePart(const std::string& raw)
+{
+    failMessage(raw, "ctllogics.callbackfunc: Error in format of received callback");
+    return false;
+}
+
 /// False if the count could not be read.
 bool stepOfJ(const std::string& raw)
 {
-    logDebug(compose("ctllogics.callbackfunc: J command=", raw));
-    if (raw.back() == '~') {
-        logDebug(compose("this is part=", g_sCountParts.append(raw.substr(1, raw.size() - 2))));
+    logDebug(pieces("ctllogics.callbackfunc: J command=", raw));
+    const std::string_view payload = std::string_view(raw).substr(1);
+    const bool isPart = raw.back() == '~';
+    const auto pile =
+        g_sCountParts.append(isPart ? payload.substr(0, raw.size() - 2) : payload, "", MOST_OF_PARTS);
+    if (!pile)
+        return refusePart(raw);
+    if (isPart) {
+        logDebug(pieces("this is part=", *pile));
         return true;
     }
-    std::string parts = g_sCountParts.append(raw.substr(1));
-    logDebug(compose("it is the end of message =", parts));
-    const std::int16_t result = formatCashCountResult(parts, g_cashCountResult);
+    logDebug(pieces("it is the end of message =", *pile));
+    const std::int16_t result = formatCashCountResult(*pile, g_cashCountResult);
     logDebug("received global coins and notes");
     g_sCountParts.clear();
     if (result != TL_STATUS_OK) {
@@ -140,18 +155,22 @@ bool stepOfJ(const std::string& raw)
     return true;
 }
 
-void stepOfE(const std::string& raw)
+/// False if the answer is too long.
+bool stepOfE(const std::string& raw)
 {
-    logDebug(compose("ctllogics.callbackfunc: E command=", raw));
-    const std::string parts = g_sEParts.append(raw, "|");
+    logDebug(pieces("ctllogics.callbackfunc: E command=", raw));
+    const auto pile = g_sEParts.append(raw, "|", MOST_OF_PARTS);
+    if (!pile)
+        return refusePart(raw);
     if (raw.size() >= 3 && raw[raw.size() - 3] == '~') {
-        logDebug(compose("this is e message part=", parts));
-        return;
+        logDebug(pieces("this is e message part=", *pile));
+        return true;
     }
-    logDebug(compose("it is the end of message =", parts));
+    logDebug(pieces("it is the end of message =", *pile));
     logDebug("received global coins and notes"); // the words of a count, here too
     g_sCountParts.clear();
     g_sLastCallbackType.set("e-all");
+    return true;
 }
 
 void stepOfUnknown(const std::string& raw, const DeviceMessage& message)
@@ -238,7 +257,7 @@ bool takeIn(const std::string& raw, DeviceMessage& message)
         goesOn = stepOfJ(raw);
         break;
     case 'e':
-        stepOfE(raw);
+        goesOn = stepOfE(raw);
         break;
     default:
         stepOfUnknown(raw, message);
@@ -253,16 +272,19 @@ bool takeIn(const std::string& raw, DeviceMessage& message)
 } // namespace
 
 int callbackfunc(const char* message)
-{
+try {
     const std::string raw = message == nullptr ? "" : message;
     const std::int32_t previousStatus = g_nLastCallbackStatus;
     if (g_nLoggSendEvents != 0 && g_nLoggEveryCallback == 1)
-        logDebug(compose("ctllogics.callbackfunc: Started with message = ", raw));
+        logDebug(pieces("ctllogics.callbackfunc: Started with message = ", raw));
 
     DeviceMessage fields;
     if (formatCallbackArg(raw, fields) != TL_STATUS_OK)
         failMessage(raw, "ctllogics.callbackfunc: Error in format of received callback");
     else if (takeIn(raw, fields))
         forward(raw, fields, previousStatus);
+    return 1;
+} catch (...) {
+    // No memory for it: the message is lost, and the communication library must not see why.
     return 1;
 }

@@ -2,9 +2,36 @@
 #pragma once
 
 #include "api/tllogics.h"
+#include "platform/messages.h"
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
+#include <mutex>
+
+/// The window that the application registered, if any.
+class RegisteredWindow {
+public:
+    void set(TLWindowHandle handle)
+    {
+        auto window = handle == nullptr ? nullptr : std::make_shared<const platform::Window>(handle);
+        const std::lock_guard lock(m_lock);
+        m_window.swap(window);
+    }
+
+    /// Null if there is none. It stays what it is while somebody posts to it, though the registration ends.
+    std::shared_ptr<const platform::Window> get() const
+    {
+        const std::lock_guard lock(m_lock);
+        return m_window;
+    }
+
+    bool isSet() const { return get() != nullptr; }
+
+private:
+    mutable std::mutex m_lock;
+    std::shared_ptr<const platform::Window> m_window;
+};
 
 // Filled by registration, emptied by exit.
 inline constinit std::atomic<TLStatusEvent> g_fnStatusEvent{nullptr};
@@ -13,7 +40,7 @@ inline constinit std::atomic<TLCashLevelEvent> g_fnCashLevelEvent{nullptr};
 inline constinit std::atomic<TLLevelWarningEvent> g_fnLevelWarningEvent{nullptr};
 inline constinit std::atomic<TLInformationEvent> g_fnInformationEvent{nullptr};
 inline constinit std::atomic<TLCashSessionEvent> g_fnCashSessionEvent{nullptr};
-inline constinit std::atomic<TLWindowHandle> g_hwndMessageTo{nullptr}; // null: none
+extern RegisteredWindow g_hwndMessageTo; // built in process_objects.cpp
 
 /// Numbers of the registered messages, the same for the life of the process.
 struct WindowMessages {

@@ -127,9 +127,9 @@ std::int16_t getDenomination(const std::string& text, std::size_t position, std:
         const std::string number = denominationString.substr(2);
         denomination = leadingNumber(number);
         if (denomination == 0) {
-            logError(compose("ctllogics.getDenomination: strDenomination conversion failed (denom=0), "
-                             "strDenomination = \"",
-                             number, "\", message = \"", text, "\"."));
+            logError(pieces("ctllogics.getDenomination: strDenomination conversion failed (denom=0), "
+                            "strDenomination = \"",
+                            number, "\", message = \"", text, "\"."));
             return TL_STATUS_ERROR;
         }
         return TL_STATUS_OK;
@@ -137,9 +137,9 @@ std::int16_t getDenomination(const std::string& text, std::size_t position, std:
     const std::string number = runOf(text, position, DIGITS);
     denomination = scaledByDecimals(leadingNumber(number));
     if (denomination == 0) {
-        logError(compose("ctllogics.getDenomination: strDenomination conversion failed (denom=0), "
-                         "strDenomination = ",
-                         number));
+        logError(pieces("ctllogics.getDenomination: strDenomination conversion failed (denom=0), "
+                        "strDenomination = ",
+                        number));
         return TL_STATUS_ERROR;
     }
     return TL_STATUS_OK;

@@ -45,7 +45,7 @@ std::int16_t readAmount(const std::string& whole, std::int32_t& amount)
     }
     if (amount < 0) {
         amount = 0;
-        logError(compose("formatCallbackArg invalid amountOrRest from: ", whole));
+        logError(pieces("formatCallbackArg invalid amountOrRest from: ", whole));
         return TL_STATUS_ERROR;
     }
     return TL_STATUS_OK;
@@ -57,12 +57,12 @@ std::int16_t readDigit(const std::string& whole, std::size_t at, const char* nam
     const std::string field = whole.substr(at, 1);
     value = field == "0" ? 0 : leadingNumber(field);
     if (value == 0 && field != "0") {
-        logError(compose("formatCallbackArg: ", name, " atoi-conversion failed"));
+        logError(pieces("formatCallbackArg: ", name, " atoi-conversion failed"));
         return TL_STATUS_ERROR;
     }
     if (value < 0) {
         value = 0;
-        logError(compose("formatCallbackArg: invalid ", name, " from: ", whole));
+        logError(pieces("formatCallbackArg: invalid ", name, " from: ", whole));
         return TL_STATUS_ERROR;
     }
     return TL_STATUS_OK;

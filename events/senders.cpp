@@ -54,17 +54,18 @@ void forgetLoggedStatus()
 }
 
 /// One event, two lines: the logic file names the sender, the API file the event.
-void logEvent(const char* sender, const char* event, const std::string& fields)
+template <typename Fields>
+void logEvent(const char* sender, const char* event, const Fields& fields)
 {
     if (g_nLoggSendEvents == 0)
         return;
-    logLine(compose(sender, ": ", fields), LOG_APP_OUT, LOG_FILE_LOGIC);
-    logLine(compose(event, ": ", fields), LOG_APP_OUT, LOG_FILE_API);
+    logLine(pieces(sender, ": ", fields), LOG_APP_OUT, LOG_FILE_LOGIC);
+    logLine(pieces(event, ": ", fields), LOG_APP_OUT, LOG_FILE_API);
 }
 
 std::int16_t refuseNegative(const char* sender, const char* parameter, std::int32_t value)
 {
-    logError(compose(sender, ": Failed, neg param ", parameter, ": ", value));
+    logError(pieces(sender, ": Failed, neg param ", parameter, ": ", value));
     return TL_STATUS_ERROR;
 }
 
@@ -75,7 +76,7 @@ std::int16_t getErrorCode(const std::string& text, std::int32_t& code)
     static constexpr std::size_t CODE_WIDTH = 2;
     code = 0;
     if (text.size() < CODE_AT + CODE_WIDTH) {
-        logError(compose("getErrorCode: wrong message length: ", text));
+        logError(pieces("getErrorCode: wrong message length: ", text));
         return TL_STATUS_ERROR;
     }
     const std::string field = text.substr(CODE_AT, CODE_WIDTH);
@@ -87,7 +88,7 @@ std::int16_t getErrorCode(const std::string& text, std::int32_t& code)
         return TL_STATUS_ERROR;
     }
     if (number < 0) {
-        logError(compose("getErrorCode: invalid errorCode from: ", text));
+        logError(pieces("getErrorCode: invalid errorCode from: ", text));
         return TL_STATUS_ERROR;
     }
     code = number;
@@ -111,17 +112,16 @@ std::int16_t sendStatusEvent(std::int32_t amountOrRest, std::int32_t nStatus, st
     const bool changed =
         amountOrRest != g_nLastEventAmount || nStatus != g_nLastEventStatus || nMode != g_nLastEventMode;
     if (g_nLoggSendEvents != 0 && (g_nLoggEveryCallback == 1 || changed || g_bCommandMade)) {
-        const std::string fields = compose("amount=", amountOrRest, ", status=", nStatus, ", mode=", nMode);
-        logLine("sendStatusEvent: " + fields, LOG_APP_OUT, LOG_FILE_LOGIC);
+        const auto fields = pieces("amount=", amountOrRest, ", status=", nStatus, ", mode=", nMode);
+        logLine(pieces("sendStatusEvent: ", fields), LOG_APP_OUT, LOG_FILE_LOGIC);
         g_nLastEventAmount = amountOrRest;
         g_nLastEventStatus = nStatus;
         g_nLastEventMode = nMode;
         g_bCommandMade = false;
-        logLine("StatusEvent: " + fields, LOG_APP_OUT, LOG_FILE_API);
+        logLine(pieces("StatusEvent: ", fields), LOG_APP_OUT, LOG_FILE_API);
     }
-    if (const TLWindowHandle window = g_hwndMessageTo)
-        platform::postWindowMessage(window, g_windowMessages.status,
-                                    static_cast<std::uint64_t>(modeAndStatus), amountOrRest);
+    if (const auto window = g_hwndMessageTo.get())
+        window->post(g_windowMessages.status, static_cast<std::uint64_t>(modeAndStatus), amountOrRest);
     else if (const TLStatusEvent callback = g_fnStatusEvent)
         callBack(callback, amountOrRest, static_cast<std::uint16_t>(nStatus),
                  static_cast<std::uint16_t>(nMode));
@@ -141,9 +141,9 @@ std::int16_t sendErrorEvent(const std::string& strMessage, std::int32_t errorCod
         compose("errorCode=", errorCode, ", errorText=", errorText, ", extInfo=", NO_ERROR_INFO);
     logError("ErrorEvent: " + fields);
     logEvent("sendErrorEvent", "ErrorEvent", fields);
-    if (const TLWindowHandle window = g_hwndMessageTo) {
+    if (const auto window = g_hwndMessageTo.get()) {
         pushToErrorQueue(errorText);
-        platform::postWindowMessage(window, g_windowMessages.error, 0, errorCode);
+        window->post(g_windowMessages.error, 0, errorCode);
     } else if (const TLErrorEvent callback = g_fnErrorEvent) {
         callBack(callback, errorCode, FixedText<128>(errorText), FixedText<32>(NO_ERROR_INFO));
     }
@@ -156,7 +156,7 @@ std::int16_t sendCashLevelEvent(const std::string& strMessage, std::int32_t code
     CashLevel level;
     if (getCashLevels(strMessage, level, code) != TL_STATUS_OK) {
         // A warning that can't be read is a warning still.
-        logDebug("sendCashLevelEvent: " + g_nCurrentLowLevelWarningState.assumeLow().text());
+        logDebug(pieces("sendCashLevelEvent: ", g_nCurrentLowLevelWarningState.assumeLow().text()));
         return TL_STATUS_ERROR;
     }
     if (level.numberOf < 0)
@@ -168,22 +168,22 @@ std::int16_t sendCashLevelEvent(const std::string& strMessage, std::int32_t code
 
     const auto logShort = [&] {
         logEvent("sendCashLevelEvent", "CashLevelEvent",
-                 compose("denomination=", level.denomination, ", numberOf=", level.numberOf,
-                         ", extInfo=", strMessage));
+                 pieces("denomination=", level.denomination, ", numberOf=", level.numberOf,
+                        ", extInfo=", strMessage));
     };
     const auto logLong = [&] {
         logEvent("sendCashLevelEvent", "LevelWarningEvent",
-                 compose("warningType=", level.warningType, ", denomination=", level.denomination,
-                         ", numberOf=", level.numberOf, ", typeString=", level.typeString,
-                         ", denominationString=", level.denominationString,
-                         ", warningMessage=", level.warningMessage, ", extInfo=", strMessage));
+                 pieces("warningType=", level.warningType, ", denomination=", level.denomination,
+                        ", numberOf=", level.numberOf, ", typeString=", level.typeString,
+                        ", denominationString=", level.denominationString,
+                        ", warningMessage=", level.warningMessage, ", extInfo=", strMessage));
     };
-    if (const TLWindowHandle window = g_hwndMessageTo) {
+    if (const auto window = g_hwndMessageTo.get()) {
         logShort();
         logLong();
         pushToCashLevelWarningsQueue(strMessage);
-        platform::postWindowMessage(window, g_windowMessages.cashLevel,
-                                    static_cast<std::uint64_t>(level.numberOf), level.denomination);
+        window->post(g_windowMessages.cashLevel, static_cast<std::uint64_t>(level.numberOf),
+                     level.denomination);
         return TL_STATUS_OK;
     }
     const FixedText<64> extInfo(strMessage);
@@ -210,11 +210,10 @@ std::int16_t sendCashSessionEvent(const std::string& strMessage)
         return result;
 
     logEvent("sendCashSessionEvent", "CashSessionEvent",
-             compose("infoType=", infoType, ", amount=", amount, ", extInfo=", strMessage));
-    if (const TLWindowHandle window = g_hwndMessageTo) {
+             pieces("infoType=", infoType, ", amount=", amount, ", extInfo=", strMessage));
+    if (const auto window = g_hwndMessageTo.get()) {
         pushToCashSessionQueue(strMessage);
-        platform::postWindowMessage(window, g_windowMessages.cashSession,
-                                    static_cast<std::uint64_t>(infoType), amount);
+        window->post(g_windowMessages.cashSession, static_cast<std::uint64_t>(infoType), amount);
     }
     if (const TLCashSessionEvent callback = g_fnCashSessionEvent)
         callBack(callback, static_cast<std::uint16_t>(infoType), amount, FixedText<20>(strMessage));
@@ -225,10 +224,10 @@ std::int16_t sendInformationEvent(const std::string& strMessage, std::int32_t co
 {
     logDebug("ctllogics.sendInformationEvent: starting");
     forgetLoggedStatus();
-    logEvent("sendInformationEvent", "InformationEvent", compose("message=", strMessage));
-    if (const TLWindowHandle window = g_hwndMessageTo) {
+    logEvent("sendInformationEvent", "InformationEvent", pieces("message=", strMessage));
+    if (const auto window = g_hwndMessageTo.get()) {
         pushToInformationQueue(strMessage);
-        platform::postWindowMessage(window, g_windowMessages.information, INFORMATION_MARK, 0);
+        window->post(g_windowMessages.information, INFORMATION_MARK, 0);
     }
     if (const TLInformationEvent callback = g_fnInformationEvent)
         callBack(callback, FixedText<99>(translationOr(compose("Information Code ", code), strMessage)));

@@ -144,7 +144,7 @@ std::int16_t CTLLogics::unlock(std::uint32_t number, std::string& message)
     g_bAskPayoutDone = false;
     op.prepare(COMMAND_UNLOCK);
     const std::int16_t sent = g_ostrivane.unlock(number, message);
-    logLine(compose("CTLLogics::unlock: COstrivane::unlock status = ", sent, ", message = ", message),
+    logLine(pieces("CTLLogics::unlock: COstrivane::unlock status = ", sent, ", message = ", message),
             LOG_APP_IN, LOG_FILE_LOGIC);  // under the kind of an entry line
     g_nLastCallbackStatus = DEVICE_READY; // whatever the send said
     logWaitForParts();

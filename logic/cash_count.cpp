@@ -39,7 +39,7 @@ std::int16_t count(Operation& op, char letter, CountCommand command, std::vector
     }
     logDebug("results combined!");
     op.done();
-    logDebug(compose("CTLLogics::", op.name(), " returning status = Ok."));
+    logDebug(pieces("CTLLogics::", op.name(), " returning status = Ok."));
     return TL_STATUS_OK;
 }
 

@@ -15,7 +15,7 @@ namespace {
 
 constexpr const char* SEPARATOR = "==============================================================";
 
-void logApiNote(const std::string& text)
+void logApiNote(std::string_view text)
 {
     logLine(text, LOG_NOTE, LOG_FILE_API);
 }
@@ -24,13 +24,13 @@ void logLibraryFacts()
 {
     const std::string version = platform::ownModuleVersion(LIBRARY_FILE_NAME);
     logNote(SEPARATOR);
-    logNote(compose("Library Name: ", LIBRARY_FILE_NAME));
-    logNote(compose("Library Name: ", LIBRARY_FILE_NAME)); // twice, as log readers know it
-    logNote(compose("Library Path: ", getRuntimePath()));
-    logNote(compose("Library Version: ", version.empty() ? "No version Info" : version));
+    logNote(pieces("Library Name: ", LIBRARY_FILE_NAME));
+    logNote(pieces("Library Name: ", LIBRARY_FILE_NAME)); // twice, as log readers know it
+    logNote(pieces("Library Path: ", getRuntimePath()));
+    logNote(pieces("Library Version: ", version.empty() ? "No version Info" : version));
     logNote("Windows x64 (64 bit)"); // on every system
     logNote(SEPARATOR);
-    logNote(compose("tllang.ini Path: ", TLLangSupport::getLangFilePath()));
+    logNote(pieces("tllang.ini Path: ", TLLangSupport::getLangFilePath()));
 }
 
 } // namespace
@@ -62,8 +62,12 @@ CTLLogics::~CTLLogics()
     if (m_bInitiated) {
         logDebug("CTLLogics::~CTLLogics: Calling exitCom.");
         std::string message;
-        exit(message);
-        logDebug(compose("CTLLogics::~CTLLogics: exitCom ans=", message));
+        try {
+            exit(message);
+        } catch (...) {
+            // No memory: the unloading goes on without it.
+        }
+        logDebug(pieces("CTLLogics::~CTLLogics: exitCom ans=", message));
         g_TLState = STATE_UNINITIATED;
     }
     g_nLastCommand = 0;
@@ -80,13 +84,13 @@ std::int16_t CTLLogics::init(const std::string& portSettings, const std::string&
 
     logLibraryFacts();
     getIniFileSettings();
-    logNote(compose("CTLLogics::init, supplied parameter portSettings: ", portSettings));
-    logNote(compose("CTLLogics::init, supplied parameter initSettings: ", initSettings));
+    logNote(pieces("CTLLogics::init, supplied parameter portSettings: ", portSettings));
+    logNote(pieces("CTLLogics::init, supplied parameter initSettings: ", initSettings));
     if (!initSettings.empty())
         changeSettings(initSettings, DURATION_PERMANENT, message);
 
     const bool hasCashLevel = g_fnCashLevelEvent != nullptr || g_fnLevelWarningEvent != nullptr;
-    if (g_hwndMessageTo != nullptr) {
+    if (g_hwndMessageTo.isSet()) {
         if (g_fnStatusEvent != nullptr || hasCashLevel || g_fnErrorEvent != nullptr)
             return op.refuse(TL_STATUS_ERROR, "Both event and callback defined",
                              "Both event and callback defined");
@@ -112,9 +116,9 @@ std::int16_t CTLLogics::initialize(const std::string& portSettings, std::string&
     std::string errorText;
     const std::string portName = getSettingsTag("Name:", portSettings, errorText);
     const std::string ipName = portName.substr(0, portName.find(':'));
-    logNote(compose("CTLLogics::initialize: strPortSettings: ", portSettings));
-    logNote(compose("CTLLogics::initialize: PortName: ", portName));
-    logNote(compose("CTLLogics::initialize: IPName: ", ipName));
+    logNote(pieces("CTLLogics::initialize: strPortSettings: ", portSettings));
+    logNote(pieces("CTLLogics::initialize: PortName: ", portName));
+    logNote(pieces("CTLLogics::initialize: IPName: ", ipName));
     if (portName == SETTINGS_TAG_INVALID)
         return op.refuse(TL_STATUS_ERROR, "Invalid portname", "Invalid portname");
 
@@ -155,7 +159,7 @@ std::int16_t CTLLogics::exit(std::string& message)
     g_bCommandMade = true;
     g_nLastCallbackMode = MODE_CONSUMED;
     g_nLastCallbackStatus = DEVICE_UNHEARD;
-    g_hwndMessageTo = nullptr;
+    g_hwndMessageTo.set(nullptr);
     m_bInitiated = false;
     g_TLState = STATE_UNINITIATED;
     op.done();

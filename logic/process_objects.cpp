@@ -17,6 +17,7 @@
 std::mutex g_logLock; // not every system has a mutex that needs no building
 std::string g_sLogSubfolder;
 std::unique_ptr<CLogFiles> g_pLogFiles;
+std::unique_ptr<CLogFiles> g_pFormerLogFiles;
 std::mutex g_langLock;
 std::unique_ptr<CIniFile> g_pLangFile;
 
@@ -34,6 +35,7 @@ SharedText g_sEParts;
 CashCountResult g_cashCountResult;
 
 // Events
+RegisteredWindow g_hwndMessageTo;
 const WindowMessages g_windowMessages{
     platform::registerWindowMessage(TL_MESSAGE_NAME_CASHLEVEL),
     platform::registerWindowMessage(TL_MESSAGE_NAME_CASHSESSION),

@@ -20,7 +20,7 @@ bool basicEventsFail(Operation& op, TLStatusEvent status, TLErrorEvent error, Ot
     const std::int16_t result = op.logic().registerBasicEvents(status, error, op.message());
     if (result == TL_STATUS_OK)
         return false;
-    logLineTwice(compose(op.name(), ": registerBasicEvents failed! Returning ", result, ": ", op.message()),
+    logLineTwice(pieces(op.name(), ": registerBasicEvents failed! Returning ", result, ": ", op.message()),
                  LOG_FAILURE, LOG_FILE_LOGIC, LOG_FILE_ERROR);
     return op.endWith(result);
 }
@@ -31,8 +31,7 @@ std::int16_t CTLLogics::registerBasicEvents(TLStatusEvent status, TLErrorEvent e
 {
     Operation op(*this, "registerBasicEvents", message);
     logDebug("CTLLogics::registerBasicEvents()");
-    if (op.refusedIf(g_hwndMessageTo != nullptr, TL_STATUS_ERROR, "Hwnd already set",
-                     "Hwnd is already set") ||
+    if (op.refusedIf(g_hwndMessageTo.isSet(), TL_STATUS_ERROR, "Hwnd already set", "Hwnd is already set") ||
         op.refusedIf(status == nullptr || error == nullptr, TL_STATUS_INPUT_PARAM_ERROR, "empty callbacks",
                      "empty callbacks"))
         return op.outcome();
@@ -109,7 +108,7 @@ std::int16_t CTLLogics::registerHwnd(TLWindowHandle hwndMessageTo, std::string& 
     if (op.refusedIf(anyCallback, TL_STATUS_ERROR, "callbacks already set", "callbacks are already set") ||
         op.refusedIf(hwndMessageTo == nullptr, TL_STATUS_INPUT_PARAM_ERROR, "empty Hwnd", "empty Hwnd"))
         return op.outcome();
-    g_hwndMessageTo = hwndMessageTo;
+    g_hwndMessageTo.set(hwndMessageTo);
     logDebug("CTLLogics::registerHwnd() returning Ok");
     return op.done();
 }

@@ -81,7 +81,7 @@ std::int16_t CTLLogics::login(const std::string& loginNumberText, const std::str
     op.enter(compose("CTLLogics::login(", loginNumberText, ",", loginText, ")"));
     g_bAskPayoutDone = false;
     const std::int32_t value = twoDigitValue(loginNumberText);
-    logDebug(compose("CTLLogics::login calling numeric login with params(", value, ",", loginText, ")"));
+    logDebug(pieces("CTLLogics::login calling numeric login with params(", value, ",", loginText, ")"));
     if (const std::int16_t result = login(static_cast<std::int16_t>(value), loginText, message);
         result != TL_STATUS_OK)
         return op.failed("Login", result);
@@ -92,7 +92,7 @@ std::int16_t CTLLogics::login(std::int16_t loginNumber, const std::string& login
 {
     Operation op(*this, "login", message);
     op.enter(compose("CTLLogics::login(", loginNumber, ",", loginText, ")"));
-    logDebug(compose("CTLLogics::login, date: ", dateText(platform::localTime().calendar, "-")));
+    logDebug(pieces("CTLLogics::login, date: ", dateText(platform::localTime().calendar, "-")));
     const std::int32_t number = twoDigits(loginNumber);
     const std::int32_t digits = twoDigits(twoDigitValue(loginText));
 
@@ -246,7 +246,7 @@ std::int16_t CTLLogics::isOpen(std::uint32_t& open, std::string& message)
     Operation op(*this, "isOpen", message);
     op.enter("CTLLogics::isOpen()");
     open = g_bDeviceOpen ? 1 : 0;
-    logDebug(compose("CTLLogics::isOpen status = ", open, "."));
+    logDebug(pieces("CTLLogics::isOpen status = ", open, "."));
     return op.done();
 }
 

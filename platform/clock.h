@@ -12,7 +12,7 @@ struct LocalTime {
     int milliseconds;
 };
 
-/// Sleeps once, without going back to sleep after an interruption.
+/// Sleeps for all of the time, whatever interrupts it.
 void sleepMilliseconds(unsigned milliseconds);
 
 /// Calendar time in the local time zone.

@@ -1,9 +1,10 @@
 // Directories, files and environment variables.
 #pragma once
 
-#include <cstdio>
+#include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace platform {
 
@@ -25,14 +26,54 @@ std::optional<std::string> environmentVariable(const char* name);
 /// Makes one level. True if the directory was made or something of that name stood there already.
 bool makeDirectory(const std::string& path);
 
-/// Makes a file writable for its owner; failure is nobody's concern.
+/// "\r\n" on Windows, "\n" elsewhere.
+const char* lineEnd();
+
+/// Makes a log file writable for its owner; failure is nobody's concern.
 void clearReadOnly(const std::string& path);
 
-enum class LogOpening { Append, Empty };
+/// A log file, shared with other processes that read and append to it. POSIX: created for the user alone and
+/// closed in child processes. Only a regular file is taken; and where others than root and this user may put
+/// files, only one of this user's, under its one name.
+class AppendFile {
+public:
+    AppendFile() = default;
+    AppendFile(AppendFile&& other) noexcept : m_handle(other.release()) {}
+    AppendFile& operator=(AppendFile&& other) noexcept
+    {
+        close();
+        m_handle = other.release();
+        return *this;
+    }
+    ~AppendFile() { close(); }
 
-/// Opens a log file for reading and appending ("a+"), or emptied for writing ("w"), shared with other
-/// processes that read and write it. POSIX: created for the user alone, closed in child processes,
-/// and only a regular file is taken, never a symbolic link. Null if it can't be opened.
-std::FILE* openLogFile(const std::string& path, LogOpening opening);
+    /// Not open if the file can't be opened or isn't one to take.
+    static AppendFile open(const std::string& path);
+
+    /// Empties the file of this name, if it is one to take.
+    static void empty(const std::string& path);
+
+    bool isOpen() const { return m_handle != NOTHING; }
+
+    /// The file's first bytes, at most as many.
+    std::string beginning(std::size_t most) const;
+
+    /// Adds the text at the end of the file, in one piece. Nobody is told of a failure.
+    void append(std::string_view text) const;
+
+    void close();
+
+private:
+    static constexpr std::intptr_t NOTHING = -1;
+
+    std::intptr_t release()
+    {
+        const std::intptr_t handle = m_handle;
+        m_handle = NOTHING;
+        return handle;
+    }
+
+    std::intptr_t m_handle = NOTHING; // a descriptor, or a HANDLE
+};
 
 } // namespace platform

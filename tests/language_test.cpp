@@ -112,11 +112,11 @@ TEST(Samples, TheSettingsFileHoldsEveryDefault)
 {
     const std::string file = "docs/samples/tllogics.ini";
     const std::string content = scratch::source(file);
+    const platform::Profile profile((ROOT / file).string());
     for (const SettingRow& row : settingsTable()) {
         EXPECT_NE(std::string::npos, content.find("\n" + std::string(row.key) + "=")) << row.key;
         if (row.type != SettingType::Text) {
-            EXPECT_EQ(row.defaultValue, platform::profileInt(row.section, row.key, (ROOT / file).string()))
-                << row.key;
+            EXPECT_EQ(row.defaultValue, profile.number(row.section, row.key)) << row.key;
         }
     }
 }

@@ -19,7 +19,7 @@ protected:
     void logAt(sys_time<milliseconds> dateAndTime)
     {
         virtual_clock::set(dateAndTime);
-        for (const int file : {LOG_FILE_API, LOG_FILE_LOGIC, LOG_FILE_ERROR})
+        for (const LogFile file : {LOG_FILE_API, LOG_FILE_LOGIC, LOG_FILE_ERROR})
             logLine("hello", LOG_NOTE, file);
     }
 
@@ -126,8 +126,8 @@ TEST_F(LogFiles, EachGateShutsItsKind)
         Texts expected{"=> text", "<= text", "-> text", "<- text",
                        "== text", "!! text", "!! text", "## text"};
         std::erase(expected, shut);
-        for (int kind = LOG_APP_IN; kind <= LOG_NOTE + 1; ++kind)
-            logLine("text", kind, LOG_FILE_ERROR);
+        for (int kind = LOG_APP_IN; kind <= LOG_NOTE; ++kind)
+            logLine("text", static_cast<LogKind>(kind), LOG_FILE_ERROR);
         EXPECT_EQ(expected, errorLog()) << shut;
         *gate = true;
     }

@@ -1,5 +1,6 @@
 // The platform layer on Linux: what protects the log files, the record of a post, and how the
 // library finds its own file.
+#include "platform/clock.h"
 #include "platform/file_reading.h"
 #include "platform/files.h"
 #include "platform/messages.h"
@@ -13,14 +14,17 @@
 #include <fcntl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/time.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <chrono>
+#include <csignal>
 #include <cstring>
 #include <filesystem>
+#include <memory>
 
 namespace {
-
-using platform::LogOpening;
 
 mode_t modeOf(const std::string& name)
 {
@@ -28,41 +32,85 @@ mode_t modeOf(const std::string& name)
     return lstat(scratch::path(name).c_str(), &status) == 0 ? status.st_mode & 07777 : 0;
 }
 
-void post(int descriptor, std::uint32_t message, std::uint64_t first, std::int64_t second)
+void* handleOf(int descriptor)
 {
-    platform::postWindowMessage(reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor)), message,
-                                first, second);
+    return reinterpret_cast<void*>(static_cast<std::intptr_t>(descriptor));
+}
+
+bool opens(const std::string& name)
+{
+    return platform::AppendFile::open(scratch::path(name)).isOpen();
 }
 
 } // namespace
 
-TEST(PlatformPosixFiles, LogFilesArePrivateAndNeverALinkOrAPipe)
+TEST(PlatformPosixFiles, LogFilesArePrivateAndRegular)
 {
     umask(0);
-    std::FILE* file = platform::openLogFile(scratch::path("a.log"), LogOpening::Append);
-    ASSERT_NE(file, nullptr);
-    EXPECT_EQ(fcntl(fileno(file), F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
-    std::fclose(file);
+    const int next = open("/dev/null", O_RDONLY | O_CLOEXEC);
+    close(next);
+    const platform::AppendFile file = platform::AppendFile::open(scratch::path("a.log"));
+    ASSERT_TRUE(file.isOpen());
+    EXPECT_EQ(fcntl(next, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
     EXPECT_EQ(modeOf("a.log"), 0600U);
 
-    const std::string precious = scratch::write("precious", "content");
-    std::filesystem::create_symlink(precious, scratch::path("link"));
-    std::filesystem::create_symlink(scratch::path("nothing"), scratch::path("dangling"));
     ASSERT_EQ(mkfifo(scratch::path("pipe").c_str(), 0600), 0);
-    for (const char* name : {"link", "dangling", "pipe"})
-        for (const LogOpening opening : {LogOpening::Append, LogOpening::Empty})
-            EXPECT_EQ(platform::openLogFile(scratch::path(name), opening), nullptr) << name;
-    EXPECT_EQ(scratch::read("precious"), "content");
-    EXPECT_FALSE(std::filesystem::exists(scratch::path("nothing")));
+    EXPECT_FALSE(opens("pipe"));
     EXPECT_FALSE(platform::canRead(scratch::path("pipe")));
-    EXPECT_EQ(platform::profileInt("S", "K", scratch::path("pipe")), -1);
+    EXPECT_EQ(platform::Profile(scratch::path("pipe")).number("S", "K"), -1);
+}
 
-    // The owner's write permission alone is added, and not through a link.
-    chmod(precious.c_str(), 0444);
-    platform::clearReadOnly(scratch::path("link"));
+TEST(PlatformPosixFiles, WhereOthersCouldPutFilesOnlyTheOwnersOwnAreTaken)
+{
+    using std::filesystem::create_symlink;
+    scratch::write("precious", "content");
+    for (const std::string name : {"own", "open"}) {
+        scratch::write(name + "/plain.log", "");
+        scratch::write(name + "/second.log", "");
+        create_symlink(scratch::path("precious"), scratch::path(name + "/link.log"));
+        link(scratch::path(name + "/second.log").c_str(), scratch::path(name + "/name.log").c_str());
+    }
+    chmod(scratch::path("own").c_str(), 0755);
+    chmod(scratch::path("open").c_str(), 01777);
+    create_symlink(scratch::path("own"), scratch::path("open/led")); // a good place, by way of a bad one
+    for (const char* const file : {"own/plain.log", "own/link.log", "own/name.log", "open/plain.log",
+                                   "open/new.log", "open/led/plain.log"})
+        EXPECT_TRUE(opens(file)) << file;
+    for (const char* const file :
+         {"open/link.log", "open/name.log", "open/led/link.log", "open/led//name.log"}) {
+        EXPECT_FALSE(opens(file)) << file;
+        platform::AppendFile::empty(scratch::path(file));
+    }
+    EXPECT_EQ(scratch::read("precious"), "content");
+
+    if (geteuid() == 0) { // somebody else's, in a directory of somebody else's
+        scratch::write("their/a.log", "");
+        EXPECT_EQ(chown(scratch::path("their/a.log").c_str(), 12345, 12345), 0);
+        EXPECT_TRUE(opens("their/a.log"));
+        EXPECT_EQ(chown(scratch::path("their").c_str(), 12345, 12345), 0);
+        EXPECT_FALSE(opens("their/a.log"));
+    }
+
+    // The owner's write permission alone is added, and not through such a link.
+    chmod(scratch::path("precious").c_str(), 0444);
+    platform::clearReadOnly(scratch::path("open/link.log"));
     EXPECT_EQ(modeOf("precious"), 0444U);
-    platform::clearReadOnly(precious);
+    platform::clearReadOnly(scratch::path("precious"));
     EXPECT_EQ(modeOf("precious"), 0644U);
+}
+
+TEST(PlatformPosixClock, ASignalDoesNotShortenASleep)
+{
+    struct sigaction action = {};
+    action.sa_handler = [](int) {};
+    sigaction(SIGALRM, &action, nullptr); // without SA_RESTART
+    const itimerval often{{0, 5000}, {0, 5000}};
+    setitimer(ITIMER_REAL, &often, nullptr);
+    const auto start = std::chrono::steady_clock::now();
+    platform::sleepMilliseconds(60);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(60));
+    const itimerval never{};
+    setitimer(ITIMER_REAL, &never, nullptr);
 }
 
 TEST(PlatformPosixMessages, APostIsOneRecordAndNeverWaits)
@@ -73,20 +121,33 @@ TEST(PlatformPosixMessages, APostIsOneRecordAndNeverWaits)
 
     int ends[2];
     ASSERT_EQ(socketpair(AF_UNIX, SOCK_DGRAM, 0, ends), 0);
-    post(ends[0], 0xC004, 0x8000000000000001U, -2);
+    auto window = std::make_unique<platform::Window>(handleOf(ends[0]));
+    window->post(0xC004, 0x8000000000000001U, -2);
     const unsigned char expected[24] = {0x04, 0xC0, 0, 0,    0,    0,    0,    0,    1,    0,    0,    0,
                                         0,    0,    0, 0x80, 0xFE, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
     unsigned char received[64] = {};
     ASSERT_EQ(recv(ends[1], received, sizeof received, MSG_DONTWAIT), 24);
     EXPECT_EQ(std::memcmp(received, expected, sizeof expected), 0);
 
+    // The application closes its end, and the number becomes somebody else's.
+    int others[2];
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_DGRAM, 0, others), 0);
+    ASSERT_EQ(dup2(others[0], ends[0]), ends[0]);
+    window->post(0xC001, 0, 0);
+    EXPECT_EQ(recv(ends[1], received, sizeof received, MSG_DONTWAIT), 24);
+    EXPECT_EQ(recv(others[1], received, sizeof received, MSG_DONTWAIT), -1);
+
     // A reader that doesn't read, one that has gone, and what isn't a socket.
     for (int i = 0; i < 10000; ++i)
-        post(ends[0], 0xC000, 0, 0);
-    for (const int end : {ends[1], ends[0]}) {
-        close(end);
-        post(ends[0], 0xC000, 0, 0);
-    }
+        window->post(0xC000, 0, 0);
+    window.reset();
+    while (recv(ends[1], received, sizeof received, MSG_DONTWAIT) > 0)
+        ;
+    EXPECT_EQ(errno, EAGAIN);
+    const platform::Window left(handleOf(others[0]));
+    close(others[1]);
+    left.post(0xC000, 0, 0);
+    platform::Window(handleOf(12345)).post(0xC000, 0, 0);
 }
 
 TEST(PlatformPosixModules, LibrariesKnowWhereTheyWereLoadedFromAndUnload)

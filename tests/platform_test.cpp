@@ -60,37 +60,31 @@ TEST(PlatformProfile, ReadsFilesAlikeOnAllSystems)
     for (const ProfileCase& each : profileCases) {
         SCOPED_TRACE(each.content.substr(0, 60));
         const std::string path = scratch::write("case" + std::to_string(++number) + ".ini", each.content);
-        EXPECT_EQ(platform::profileInt("S", "K", path), each.number);
-        EXPECT_EQ(platform::profileString("S", "K", path), each.text);
+        EXPECT_EQ(platform::Profile(path).number("S", "K"), each.number);
+        EXPECT_EQ(platform::Profile(path).text("S", "K"), each.text);
     }
     for (const std::string& nothing : {scratch::path("missing.ini"), scratch::path("."), std::string()})
-        EXPECT_EQ(platform::profileInt("S", "K", nothing), -1) << nothing;
+        EXPECT_EQ(platform::Profile(nothing).number("S", "K"), -1) << nothing;
 }
 
 TEST(PlatformFiles, LogFilesAreAppendedToAndEmptied)
 {
-    using platform::LogOpening;
     const std::string path = scratch::write("a.log", "kept\n");
-    std::FILE* first = platform::openLogFile(path, LogOpening::Append);
-    std::FILE* second = platform::openLogFile(path, LogOpening::Append);
-    ASSERT_TRUE(first != nullptr && second != nullptr);
-    // Reading moves the position; what is written goes to the end all the same.
-    EXPECT_EQ(std::fgetc(first), 'k');
-    std::rewind(first);
-    for (std::FILE* file : {first, second, first}) {
-        std::fputs(file == first ? "one " : "two ", file);
-        std::fflush(file);
-    }
-    std::fclose(first);
-    std::fclose(second);
-    EXPECT_TRUE(scratch::read("a.log").ends_with("\none two one "));
+    platform::AppendFile first = platform::AppendFile::open(path);
+    const platform::AppendFile second = platform::AppendFile::open(path);
+    ASSERT_TRUE(first.isOpen() && second.isOpen());
+    EXPECT_EQ(first.beginning(3), "kep");
+    for (const platform::AppendFile* const file : {&std::as_const(first), &second, &std::as_const(first)})
+        file->append(file == &first ? "one " : "two ");
+    EXPECT_EQ(scratch::read("a.log"), "kept\none two one ");
 
-    std::FILE* emptied = platform::openLogFile(path, LogOpening::Empty);
-    ASSERT_NE(emptied, nullptr);
-    std::fclose(emptied);
-    EXPECT_EQ(scratch::read("a.log"), "");
-    EXPECT_EQ(platform::openLogFile(scratch::path("no/dir.log"), LogOpening::Append), nullptr);
-    EXPECT_EQ(platform::openLogFile(scratch::path(""), LogOpening::Append), nullptr);
+    // What one has emptied, the other goes on with.
+    first.close();
+    platform::AppendFile::empty(path);
+    second.append("three");
+    EXPECT_EQ(scratch::read("a.log"), "three");
+    for (const std::string& nothing : {scratch::path("no/dir.log"), scratch::path(""), std::string()})
+        EXPECT_FALSE(platform::AppendFile::open(nothing).isOpen()) << nothing;
 }
 
 TEST(PlatformModules, EachLoadCountsOneReference)

@@ -24,13 +24,13 @@ TEST(PlatformWindowsModules, PathAndVersionAreThoseOfTheLoadedFile)
 TEST(PlatformWindowsFiles, LogFilesAreSharedAndReadOnlyOnesBecomeWritable)
 {
     const std::string path = scratch::path("a.log");
-    std::FILE* file = platform::openLogFile(path, platform::LogOpening::Append);
-    ASSERT_NE(file, nullptr);
+    platform::AppendFile file = platform::AppendFile::open(path);
+    ASSERT_TRUE(file.isOpen());
     const HANDLE other = CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE,
                                      FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
     EXPECT_NE(other, INVALID_HANDLE_VALUE);
     CloseHandle(other);
-    std::fclose(file);
+    file.close();
 
     SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_READONLY);
     platform::clearReadOnly(path);

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <type_traits>
 
 inline void appendPiece(std::string& text, std::string_view piece)
@@ -37,6 +38,34 @@ std::string compose(const Pieces&... pieces)
     std::string text;
     (appendPiece(text, pieces), ...);
     return text;
+}
+
+/// Pieces that are put together only where they are written: a line that nobody wants costs nothing. It
+/// holds references, so it lives no longer than the expression that it stands in.
+template <typename... Pieces>
+class Joined {
+public:
+    explicit Joined(const Pieces&... pieces) : m_pieces(pieces...) {}
+
+    void appendTo(std::string& text) const
+    {
+        std::apply([&](const auto&... each) { (appendPiece(text, each), ...); }, m_pieces);
+    }
+
+private:
+    std::tuple<const Pieces&...> m_pieces;
+};
+
+template <typename... Pieces>
+void appendPiece(std::string& text, const Joined<Pieces...>& joined)
+{
+    joined.appendTo(text);
+}
+
+template <typename... Pieces>
+Joined<Pieces...> pieces(const Pieces&... each)
+{
+    return Joined<Pieces...>(each...);
 }
 
 /// A decimal number, filled on its left with zeros to "width" and never cut. A sign stays where it is:

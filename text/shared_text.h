@@ -2,7 +2,9 @@
 #pragma once
 
 #include <mutex>
+#include <optional>
 #include <string>
+#include <string_view>
 
 /// Its lock is held for one copy only.
 class SharedText {
@@ -15,11 +17,19 @@ public:
 
     void clear() { set(""); }
 
-    /// Adds "text" behind what is there, and "separator" between the two if anything is. The whole.
-    std::string append(const std::string& text, const std::string& separator = "")
+    /// Adds "text" behind what is there, and "separator" between the two if anything is. The whole; or
+    /// nothing, and all is cleared, if it would be longer than "most".
+    std::optional<std::string> append(std::string_view text, std::string_view separator, std::size_t most)
     {
         const std::lock_guard lock(m_lock);
-        m_text += (m_text.empty() ? "" : separator) + text;
+        if (m_text.empty())
+            separator = {};
+        if (m_text.size() + separator.size() + text.size() > most) {
+            m_text.clear();
+            return std::nullopt;
+        }
+        m_text += separator;
+        m_text += text;
         return m_text;
     }
 

@@ -6,6 +6,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <utility>
 
 namespace platform {
 
@@ -17,6 +18,56 @@ constexpr int CAREFUL = O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
 bool isRegular(int descriptor, struct stat& status)
 {
     return fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+/// The directory that a path lies in, and what is left of the path.
+std::pair<std::string, std::string> splitPath(std::string path)
+{
+    while (path.size() > 1 && path.back() == '/')
+        path.pop_back();
+    const std::size_t slash = path.rfind('/');
+    if (slash == std::string::npos)
+        return {".", path};
+    const std::size_t end = path.find_last_not_of('/', slash);
+    return {end == std::string::npos ? "/" : path.substr(0, end + 1), path.substr(slash + 1)};
+}
+
+/// True if somebody other than root and this user may put files there, or could have put the directory
+/// itself there as a link.
+bool isOpenToOthers(const std::string& directory)
+{
+    struct stat status = {};
+    if (stat(directory.c_str(), &status) != 0)
+        return true;
+    if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0 || (status.st_uid != 0 && status.st_uid != geteuid()))
+        return true;
+    if (lstat(directory.c_str(), &status) != 0)
+        return true;
+    return S_ISLNK(status.st_mode) && isOpenToOthers(splitPath(directory).first);
+}
+
+/// Opens a log file if it is one to take; else -1.
+int openTrusted(const std::string& path, int access)
+{
+    const auto [directory, name] = splitPath(path);
+    const int place = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (place < 0 || name.empty()) {
+        if (place >= 0)
+            close(place);
+        return -1;
+    }
+    const bool careful = isOpenToOthers(directory);
+    // In the directory that was looked at: its name may lead elsewhere by now.
+    const int descriptor =
+        openat(place, name.c_str(), access | CAREFUL | (careful ? O_NOFOLLOW : 0), S_IRUSR | S_IWUSR);
+    close(place);
+    if (descriptor < 0)
+        return -1;
+    struct stat status = {};
+    if (isRegular(descriptor, status) && (!careful || (status.st_nlink == 1 && status.st_uid == geteuid())))
+        return descriptor;
+    close(descriptor);
+    return -1;
 }
 
 } // namespace
@@ -54,33 +105,64 @@ bool makeDirectory(const std::string& path)
     return mkdir(path.c_str(), 0777) == 0 || errno == EEXIST;
 }
 
+const char* lineEnd()
+{
+    return "\n";
+}
+
 void clearReadOnly(const std::string& path)
 {
     // By descriptor: between two looks at the path somebody could put a link there.
-    const int descriptor = open(path.c_str(), O_RDONLY | O_NOFOLLOW | CAREFUL);
+    const int descriptor = openTrusted(path, O_RDONLY);
     if (descriptor < 0)
         return;
     struct stat status = {};
-    if (isRegular(descriptor, status) && (status.st_mode & S_IWUSR) == 0)
+    if (fstat(descriptor, &status) == 0 && (status.st_mode & S_IWUSR) == 0)
         fchmod(descriptor, (status.st_mode & 07777) | S_IWUSR);
-    close(descriptor);
+    ::close(descriptor);
 }
 
-std::FILE* openLogFile(const std::string& path, LogOpening opening)
+AppendFile AppendFile::open(const std::string& path)
 {
-    const bool append = opening == LogOpening::Append;
-    const int access = append ? O_RDWR | O_APPEND : O_WRONLY;
-    const int descriptor = open(path.c_str(), access | O_CREAT | O_NOFOLLOW | CAREFUL, 0600);
-    if (descriptor < 0)
-        return nullptr;
-    struct stat status = {};
-    std::FILE* file = nullptr;
-    // Emptied only once it is known to be a file: the log directory may be open to all.
-    if (isRegular(descriptor, status) && (append || ftruncate(descriptor, 0) == 0))
-        file = fdopen(descriptor, append ? "a+" : "w");
-    if (file == nullptr)
-        close(descriptor);
+    AppendFile file;
+    file.m_handle = openTrusted(path, O_RDWR | O_APPEND | O_CREAT);
     return file;
+}
+
+void AppendFile::empty(const std::string& path)
+{
+    // Emptied only once it is known to be a file to take.
+    const int descriptor = openTrusted(path, O_WRONLY);
+    if (descriptor < 0)
+        return;
+    // Nobody could mend a failure: the old lines stay.
+    [[maybe_unused]] const int emptied = ftruncate(descriptor, 0);
+    ::close(descriptor);
+}
+
+std::string AppendFile::beginning(std::size_t most) const
+{
+    std::string text(most, '\0');
+    const ssize_t got = pread(static_cast<int>(m_handle), text.data(), text.size(), 0);
+    text.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
+    return text;
+}
+
+void AppendFile::append(std::string_view text) const
+{
+    while (!text.empty()) {
+        const ssize_t written = write(static_cast<int>(m_handle), text.data(), text.size());
+        if (written > 0)
+            text.remove_prefix(static_cast<std::size_t>(written));
+        else if (written == 0 || errno != EINTR)
+            return;
+    }
+}
+
+void AppendFile::close()
+{
+    if (isOpen())
+        ::close(static_cast<int>(release()));
 }
 
 } // namespace platform

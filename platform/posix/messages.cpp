@@ -1,6 +1,8 @@
 #include "platform/messages.h"
 
+#include <fcntl.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
 #include <cstring>
 
@@ -37,12 +39,21 @@ std::uint32_t registerWindowMessage(const char* name)
     return 0;
 }
 
-void postWindowMessage(void* window, std::uint32_t message, std::uint64_t wParam, std::int64_t lParam)
+Window::Window(void* handle)
+    : m_handle(fcntl(static_cast<int>(reinterpret_cast<std::intptr_t>(handle)), F_DUPFD_CLOEXEC, 0))
+{}
+
+Window::~Window()
 {
-    const auto descriptor = static_cast<int>(reinterpret_cast<std::intptr_t>(window));
+    if (m_handle >= 0)
+        close(static_cast<int>(m_handle));
+}
+
+void Window::post(std::uint32_t message, std::uint64_t wParam, std::int64_t lParam) const
+{
     const Record record{message, 0, wParam, lParam};
     // Neither a slow reader nor one that has gone may hold up or end the application.
-    send(descriptor, &record, sizeof record, MSG_DONTWAIT | MSG_NOSIGNAL);
+    send(static_cast<int>(m_handle), &record, sizeof record, MSG_DONTWAIT | MSG_NOSIGNAL);
 }
 
 } // namespace platform

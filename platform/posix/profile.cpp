@@ -63,17 +63,17 @@ std::optional<std::string_view> findValue(std::string_view text, std::string_vie
 
 } // namespace
 
-std::int32_t profileInt(const char* section, const char* key, const std::string& path)
+Profile::Profile(const std::string& path) : m_source(readFile(path).value_or("")) {}
+
+std::int32_t Profile::number(const char* section, const char* key) const
 {
-    const std::string text = readFile(path).value_or("");
-    const std::optional<std::string_view> value = findValue(text, section, key);
+    const std::optional<std::string_view> value = findValue(m_source, section, key);
     return value ? leadingNumber(*value) : -1;
 }
 
-std::string profileString(const char* section, const char* key, const std::string& path)
+std::string Profile::text(const char* section, const char* key) const
 {
-    const std::string text = readFile(path).value_or("");
-    return std::string(findValue(text, section, key).value_or("").substr(0, LONGEST_TEXT));
+    return std::string(findValue(m_source, section, key).value_or("").substr(0, LONGEST_TEXT));
 }
 
 } // namespace platform

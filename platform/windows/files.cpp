@@ -2,8 +2,6 @@
 
 #include <windows.h>
 
-#include <share.h>
-
 #include <vector>
 
 namespace platform {
@@ -59,10 +57,57 @@ void clearReadOnly(const std::string& path)
         SetFileAttributesA(path.c_str(), attributes & ~static_cast<DWORD>(FILE_ATTRIBUTE_READONLY));
 }
 
-std::FILE* openLogFile(const std::string& path, LogOpening opening)
+const char* lineEnd()
 {
-    // "N": a child process that inherited the file would keep it in use.
-    return _fsopen(path.c_str(), opening == LogOpening::Append ? "a+N" : "wN", _SH_DENYNO);
+    return "\r\n";
+}
+
+AppendFile AppendFile::open(const std::string& path)
+{
+    // With the right to append and not the right to write, every write goes to the end of the file in one
+    // piece. Handles are not inherited: a child process would keep the file in use.
+    AppendFile file;
+    const HANDLE handle =
+        CreateFileA(path.c_str(), GENERIC_READ | FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                    nullptr, OPEN_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (handle != INVALID_HANDLE_VALUE && GetFileType(handle) == FILE_TYPE_DISK)
+        file.m_handle = reinterpret_cast<std::intptr_t>(handle);
+    else if (handle != INVALID_HANDLE_VALUE)
+        CloseHandle(handle);
+    return file;
+}
+
+void AppendFile::empty(const std::string& path)
+{
+    const HANDLE handle = CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                      nullptr, TRUNCATE_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
+    if (handle != INVALID_HANDLE_VALUE)
+        CloseHandle(handle);
+}
+
+std::string AppendFile::beginning(std::size_t most) const
+{
+    std::string text(most, '\0');
+    OVERLAPPED start{};
+    DWORD got = 0;
+    if (ReadFile(reinterpret_cast<HANDLE>(m_handle), text.data(), static_cast<DWORD>(text.size()), &got,
+                 &start) == 0)
+        got = 0;
+    text.resize(got);
+    return text;
+}
+
+void AppendFile::append(std::string_view text) const
+{
+    DWORD written = 0;
+    WriteFile(reinterpret_cast<HANDLE>(m_handle), text.data(), static_cast<DWORD>(text.size()), &written,
+              nullptr);
+}
+
+void AppendFile::close()
+{
+    if (isOpen())
+        CloseHandle(reinterpret_cast<HANDLE>(release()));
 }
 
 } // namespace platform

@@ -9,9 +9,13 @@ std::uint32_t registerWindowMessage(const char* name)
     return RegisterWindowMessageA(name);
 }
 
-void postWindowMessage(void* window, std::uint32_t message, std::uint64_t wParam, std::int64_t lParam)
+Window::Window(void* handle) : m_handle(reinterpret_cast<std::intptr_t>(handle)) {}
+
+Window::~Window() = default; // it is the application's
+
+void Window::post(std::uint32_t message, std::uint64_t wParam, std::int64_t lParam) const
 {
-    PostMessageA(static_cast<HWND>(window), message, static_cast<WPARAM>(wParam),
+    PostMessageA(reinterpret_cast<HWND>(m_handle), message, static_cast<WPARAM>(wParam),
                  static_cast<LPARAM>(lParam));
 }
 

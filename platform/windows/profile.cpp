@@ -20,24 +20,26 @@ bool isTooBig(const std::string& path)
 
 } // namespace
 
-std::int32_t profileInt(const char* section, const char* key, const std::string& path)
+Profile::Profile(const std::string& path) : m_source(isTooBig(path) ? "" : path) {}
+
+std::int32_t Profile::number(const char* section, const char* key) const
 {
-    if (isTooBig(path))
+    if (m_source.empty())
         return -1;
     // Windows wraps numbers around that don't fit, where every other number of ours stops at the limit.
-    const std::int32_t number = leadingNumber(profileString(section, key, path));
+    const std::int32_t number = leadingNumber(text(section, key));
     using Limits = std::numeric_limits<std::int32_t>;
     if (number == Limits::max() || number == Limits::min())
         return number;
-    return static_cast<std::int32_t>(GetPrivateProfileIntA(section, key, -1, path.c_str()));
+    return static_cast<std::int32_t>(GetPrivateProfileIntA(section, key, -1, m_source.c_str()));
 }
 
-std::string profileString(const char* section, const char* key, const std::string& path)
+std::string Profile::text(const char* section, const char* key) const
 {
-    if (isTooBig(path))
+    if (m_source.empty()) // Windows would read its own settings
         return {};
     char value[128] = "";
-    GetPrivateProfileStringA(section, key, nullptr, value, sizeof value, path.c_str());
+    GetPrivateProfileStringA(section, key, nullptr, value, sizeof value, m_source.c_str());
     return value;
 }
 

@@ -87,7 +87,7 @@ find_included()
             return
         fi
     done
-    found=
+    found=''
     [ "$2" = '<' ]
 }
 
@@ -96,14 +96,14 @@ mapfile -t sources < <(find . \( -path ./build -o -path ./.git \) -prune -o \
     -print | sed 's|^\./||' | sort)
 [ ${#sources[@]} -gt 0 ] || complain "No source files found" "$PWD"
 
-strangers=
+strangers=''
 for file in "${sources[@]}"; do
     room=${file%%/*}
     [ -n "${number[$room]-}${includes[$room]-}" ] || strangers+=$file$'\n'
 done
 complain "In no room of $LIST" "${strangers%$'\n'}"
 
-wrong= unknown=
+wrong='' unknown=''
 INCLUDE='^([^:]+):([0-9]+):[[:space:]]*#[[:space:]]*include[[:space:]]*(["<])([^">]*)[">]'
 while IFS= read -r line; do
     if ! [[ $line =~ $INCLUDE ]] ||

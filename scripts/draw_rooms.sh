@@ -9,6 +9,7 @@ BEGIN='<!-- rooms: scripts/draw_rooms.sh makes this from scripts/rooms.txt -->'
 END='<!-- end of rooms -->'
 
 # What both forms need of the list: "layer", "leaf" and "beside" lines as arrays.
+# shellcheck disable=SC2016
 READ='
 function trimmed(text) { gsub(/^ +| +$/, "", text); return text }
 /^#/ || /^$/ { next }
@@ -170,16 +171,16 @@ END {
 # README with the table between its two marks.
 readme()
 {
-    awk -v begin="$BEGIN" -v end="$END" -v table="$1" '
-$0 == begin { print; print ""; print table; print ""; skipping = 1 }
+    TABLE=$1 awk -v begin="$BEGIN" -v end="$END" '
+$0 == begin { print; print ""; print ENVIRON["TABLE"]; print ""; skipping = 1 }
 $0 == end { skipping = 0 }
 !skipping { print }' README.md
 }
 
-grep -qxF -- "$BEGIN" README.md && grep -qxF -- "$END" README.md || {
+if ! grep -qxF -- "$BEGIN" README.md || ! grep -qxF -- "$END" README.md; then
     echo "README.md has lost the marks of the table of rooms" >&2
     exit 1
-}
+fi
 if [ "${1-}" = --check ]; then
     if [ "$(readme "$(table)")" != "$(cat README.md)" ] || [ "$(picture)" != "$(cat docs/rooms.svg)" ]; then
         echo "README.md or docs/rooms.svg isn't what $LIST makes: run scripts/draw_rooms.sh"

@@ -5,7 +5,7 @@
 #include "diag/language.h"
 #include "diag/log.h"
 #include "platform/clock.h"
-#include "platform/process.h"
+#include "platform/end_process.h"
 #include "text/compose.h"
 #include "text/dates.h"
 #include "text/numbers.h"

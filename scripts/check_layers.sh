@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Holds the source against scripts/rooms.txt: every include points to where its room may look, and only the
-# platform layer, and files named for one system, know the operating system. README's table and its picture
-# must be those that the list makes.
+# Holds the source against scripts/rooms.txt: every include points to where its room may look, and only files
+# named for one system know the operating system. README's table and its picture must be those that the list
+# makes.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 shopt -s extglob
@@ -118,14 +118,14 @@ complain "Includes of nothing that is here" "${unknown%$'\n'}"
 
 # Who may not know the operating system. Bindings stand in the users' programs.
 mapfile -t portable < <(printf '%s\n' "${sources[@]}" |
-    grep -vE '^(platform|bindings)/|_(posix|windows)(_test)?\.[a-z]+$')
-complain "Operating system outside the platform layer" "$(grep -nE \
+    grep -vE '^bindings/|_(posix|windows)(_test)?\.[a-z]+$')
+complain "Operating system in a file that isn't named for one" "$(grep -nE \
     '^\s*#\s*(if|ifdef|ifndef|elif).*\b(_?_?WIN(32|64)_?_?|_MSC_VER|__MINGW|__CYGWIN__|__linux|__unix|__APPLE__|_POSIX|__GLIBC__)' \
     "${portable[@]}" || true)"
 
 headers='windows|winsock2?|winver|winbase|winuser|io|conio|direct|process|share|tchar|dlfcn|unistd|fcntl'
 headers+='|pthread|poll|dirent|termios|sys/[a-z_]*|arpa/[a-z]*|netinet/[a-z]*|netdb|pwd|sched|semaphore|link|linux/[a-z_]*'
-complain "Operating system header outside the platform layer" \
+complain "Operating system header in a file that isn't named for one" \
     "$(grep -nE "^\s*#\s*include\s*[<\"]($headers)\.h[>\"]" "${portable[@]}" || true)"
 
 scripts/draw_rooms.sh --check || failed=1

@@ -1,4 +1,4 @@
-#include "platform/process.h"
+#include "platform/end_process.h"
 
 #include <cstdlib>
 

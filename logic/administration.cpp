@@ -28,7 +28,7 @@ void prepareForParts(const Operation& op, char letter)
 bool lacksAdminMode(Operation& op, const char* label)
 {
     return op.refusedIf(g_nLastCallbackMode != MODE_ADMINISTRATION, TL_STATUS_NOT_SUPPORTED, "Not Supported",
-                        compose(label, " is not supported not in Admin Mode"));
+                        pieces(label, " is not supported not in Admin Mode"));
 }
 
 void logWaitForParts()
@@ -92,12 +92,12 @@ std::string restOf(const std::string& answer)
 std::int16_t CTLLogics::adminMode(std::int16_t adminModeType, std::string& message)
 {
     Operation op(*this, "adminMode", message);
-    op.enter(compose("CTLLogics::adminMode(", adminModeType, ")"));
+    op.enter(pieces("CTLLogics::adminMode(", adminModeType, ")"));
     if (op.busy(DESPITE_ERROR))
         return op.outcome();
     const std::int32_t state = g_TLState;
     if (op.refusedIf(state != STATE_PAYIN_DISABLED, TL_STATUS_FAILED_TO_COMPLY, "Failed to comply",
-                     compose("AdminMode is not allowed from state ", stateName(state))) ||
+                     pieces("AdminMode is not allowed from state ", stateName(state))) ||
         op.refusedIf(g_nAmountPaidIn >= 1, TL_STATUS_FAILED_TO_COMPLY, "Failed to comply",
                      "AdminMode is not allowed when inserted amount > 0"))
         return op.outcome();
@@ -115,7 +115,7 @@ std::int16_t CTLLogics::adminMode(std::int16_t adminModeType, std::string& messa
 std::int16_t CTLLogics::endReplenish(const std::string& transactionId, std::string& message)
 {
     Operation op(*this, "endReplenish", message);
-    op.enter(compose("CTLLogics::endReplenish(", transactionId, ")"));
+    op.enter(pieces("CTLLogics::endReplenish(", transactionId, ")"));
     if (op.busy(DESPITE_ERROR) || op.lacksState("End Replenish", {STATE_PAYIN_DISABLED}) ||
         lacksAdminMode(op, "End Replenish"))
         return op.outcome();
@@ -136,7 +136,7 @@ std::int16_t CTLLogics::endReplenish(const std::string& transactionId, std::stri
 std::int16_t CTLLogics::unlock(std::uint32_t number, std::string& message)
 {
     Operation op(*this, "unlock", message);
-    op.enter(compose("CTLLogics::unlock(", number, ")"));
+    op.enter(pieces("CTLLogics::unlock(", number, ")"));
     if (op.busy(DESPITE_ERROR) || op.lacksState("Unlock", {STATE_PAYIN_DISABLED}) ||
         lacksAdminMode(op, "Unlock"))
         return op.outcome();
@@ -161,7 +161,7 @@ std::int16_t CTLLogics::collectToCashFloat(std::int16_t type, std::string& coins
 {
     Operation op(*this, "collectToCashFloat", message);
     op.enter(
-        compose("CTLLogics::collectToCashFloat(", type, ",coinsAndNotes,\"", transactionId, "\", message)"));
+        pieces("CTLLogics::collectToCashFloat(", type, ",coinsAndNotes,\"", transactionId, "\", message)"));
     if (op.busy(DESPITE_ERROR) || op.lacksState("Collect To CashFloat", {STATE_PAYIN_DISABLED}) ||
         lacksAdminMode(op, "Collect To CashFloat"))
         return op.outcome();
@@ -179,7 +179,7 @@ std::int16_t CTLLogics::dispenseSpecified(std::int16_t type, std::string& coinsA
 {
     Operation op(*this, "dispenseSpecified", message);
     op.enter(
-        compose("CTLLogics::dispenseSpecified(", type, ",coinsAndNotes,\"", transactionId, "\", message)"));
+        pieces("CTLLogics::dispenseSpecified(", type, ",coinsAndNotes,\"", transactionId, "\", message)"));
     if (op.busy(DESPITE_ERROR) ||
         op.lacksState("Dispense Specified", {STATE_PAYIN_DISABLED, STATE_CASH_DEPOSITED}))
         return op.outcome();
@@ -204,7 +204,7 @@ std::int16_t CTLLogics::purge(std::uint32_t number, std::string& coinsAndNotes,
                               const std::string& transactionId, std::string& message)
 {
     Operation op(*this, "purge", message);
-    op.enter(compose("CTLLogics::purge(", number, ",coinsAndNotes,,\"", transactionId, "\", message)"));
+    op.enter(pieces("CTLLogics::purge(", number, ",coinsAndNotes,,\"", transactionId, "\", message)"));
     if (op.busy(DESPITE_ERROR) || op.lacksState("Purge", {STATE_PAYIN_DISABLED, STATE_CASH_DEPOSITED}) ||
         lacksAdminMode(op, "Purge"))
         return op.outcome();

@@ -17,7 +17,7 @@ using CountCommand = std::int16_t (COstrivane::*)(std::string& message);
 std::int16_t count(Operation& op, char letter, CountCommand command, std::vector<CashCountRecord>& coins,
                    std::vector<CashCountRecord>& notes)
 {
-    op.enter(compose("CTLLogics::", op.name(), "()"));
+    op.enter(pieces("CTLLogics::", op.name(), "()"));
     if (op.busy({.onError = OnError::GoOn}))
         return op.outcome();
     g_bAskPayoutDone = false;
@@ -29,7 +29,7 @@ std::int16_t count(Operation& op, char letter, CountCommand command, std::vector
     const std::int16_t answered = op.logic().waitForCallback("j-all", COUNT_TIMEOUT);
     logDebug("finished wait for CALLBACK_TYPE_J_ALL_PARTS");
     if (answered == TL_STATUS_TIMEOUT)
-        return op.refuse(TL_STATUS_TIMEOUT, "Timed out", compose(op.name(), " timed out"));
+        return op.refuse(TL_STATUS_TIMEOUT, "Timed out", pieces(op.name(), " timed out"));
     if (answered == TL_STATUS_ERROR)
         return op.deviceHasErrors();
     {

@@ -8,7 +8,7 @@ std::int16_t CTLLogics::changeSettings(const std::string& initSettings, std::int
                                        std::string& message)
 {
     Operation op(*this, "changeSettings", message);
-    op.enter(compose("CTLLogics::changeSettings(\"", initSettings, "\", ", durationType, ")"));
+    op.enter(pieces("CTLLogics::changeSettings(\"", initSettings, "\", ", durationType, ")"));
     m_settings.NewSettings(initSettings, durationType);
     for (const SettingRow& row : settingsTable())
         m_settings.refreshCopy(row);

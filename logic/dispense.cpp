@@ -12,7 +12,7 @@ std::int16_t CTLLogics::dispense(std::int32_t amountDispense, const std::string&
                                  std::int32_t& amountRest, std::string& message)
 {
     Operation op(*this, "dispense", message);
-    op.enter(compose("CTLLogics::dispense(", amountDispense, ", ", transactionId, ", amountRest)"));
+    op.enter(pieces("CTLLogics::dispense(", amountDispense, ", ", transactionId, ", amountRest)"));
     amountRest = 0;
     if (op.busy() || dispensesOutOfRange(op, amountDispense) || op.lacksSession("Dispense") ||
         op.lacksExtendedCommandSet("Dispense") ||
@@ -24,11 +24,11 @@ std::int16_t CTLLogics::dispense(std::int32_t amountDispense, const std::string&
     if (const auto limit = purgeForLimit(op, m_paidOutList)) {
         const std::int32_t sum = m_paidOutList.sum();
         if (wrappingAdd(sum, amountDispense) > limit->amount) {
-            op.info(compose("sumPaidOutAmount = ", sum, ", amountDispense = ", amountDispense));
+            op.info(pieces("sumPaidOutAmount = ", sum, ", amountDispense = ", amountDispense));
             return op.refuse(TL_STATUS_PAYOUT_LIMIT, "Payout larger than allowed limit per time unit",
-                             compose("(", sum, " + ", amountDispense, " > ", limit->amount,
-                                     "), Payout larger than allowed limit per time unit: ", limit->seconds,
-                                     " seconds!"));
+                             pieces("(", sum, " + ", amountDispense, " > ", limit->amount,
+                                    "), Payout larger than allowed limit per time unit: ", limit->seconds,
+                                    " seconds!"));
         }
         addToPaidOutList(op, m_paidOutList, amountDispense);
     }
@@ -48,7 +48,7 @@ std::int16_t CTLLogics::dispense(std::int32_t amountDispense, const std::string&
 std::int16_t CTLLogics::askPayout(std::int32_t amount, std::string& message)
 {
     Operation op(*this, "askPayout", message);
-    op.enter(compose("CTLLogics::askPayout(", amount, ")"));
+    op.enter(pieces("CTLLogics::askPayout(", amount, ")"));
     std::int32_t amountRest = 0;
     return askPayout(amount, amountRest, message);
 }
@@ -56,7 +56,7 @@ std::int16_t CTLLogics::askPayout(std::int32_t amount, std::string& message)
 std::int16_t CTLLogics::askPayout(std::int32_t amount, std::int32_t& amountRest, std::string& message)
 {
     Operation op(*this, "askPayout", message);
-    op.enter(compose("CTLLogics::askPayout(", amount, ", amountRest)"));
+    op.enter(pieces("CTLLogics::askPayout(", amount, ", amountRest)"));
     amountRest = 0;
     g_nAskPayoutAmount = amount;
     if (op.busy() || op.lacksSession("Ask Payout") ||
@@ -83,9 +83,9 @@ std::int16_t CTLLogics::askPayout(std::int32_t amount, std::int32_t& amountRest,
         // The device has more to say about a rest; how these waits end decides nothing.
         const std::string notPossible = compose("Not possible (rest: ", rest, ")");
         for (const char* const letter : {"b", "a"}) {
-            op.info(compose(notPossible, ". Waiting for ", letter, " message ..."));
+            op.info(pieces(notPossible, ". Waiting for ", letter, " message ..."));
             const std::int16_t waited = waitForCallback(letter, ANSWER_TIMEOUT);
-            op.info(compose("Waiting for ", letter, " message resulted in:", waited));
+            op.info(pieces("Waiting for ", letter, " message resulted in:", waited));
         }
         return op.refuse(TL_STATUS_NOT_POSSIBLE, "Not possible (rest)", notPossible);
     }

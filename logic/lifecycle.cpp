@@ -126,7 +126,7 @@ std::int16_t CTLLogics::initialize(const std::string& portSettings, std::string&
     if (const std::int16_t result = g_ostrivane.initialize(callbackfunc, port, message);
         result != TL_STATUS_OK) {
         op.error("COstrivane::initialize failed");
-        op.error(compose("COstrivane::initialize return code: ", result, ", message: ", message));
+        op.error(pieces("COstrivane::initialize return code: ", result, ", message: ", message));
         return result;
     }
     op.done();

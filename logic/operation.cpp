@@ -1,34 +1,12 @@
 #include "logic/operation.h"
 
 #include "diag/language.h"
-#include "diag/log.h"
-#include "text/compose.h"
 
 #include <algorithm>
 
 Operation::Operation(CTLLogics& logic, const char* name, std::string& message)
     : m_logic(logic), m_sName(name), m_message(message)
 {}
-
-std::string Operation::headed(const std::string& text) const
-{
-    return compose("CTLLogics::", m_sName, ": ", text);
-}
-
-void Operation::enter(const std::string& line) const
-{
-    logLine(line, LOG_APP_IN, LOG_FILE_LOGIC);
-}
-
-void Operation::info(const std::string& text) const
-{
-    logDebug(headed(text));
-}
-
-void Operation::error(const std::string& text) const
-{
-    logError(headed(text));
-}
 
 bool Operation::busy(const BusyGate& gate)
 {
@@ -46,13 +24,13 @@ bool Operation::lacksSession(const char* label)
 {
     return g_TLState == STATE_LOGGED_OUT &&
            endWith(
-               refuse(TL_STATUS_CLOSED, "Closed", compose(label, " is not allowed from logged out state.")));
+               refuse(TL_STATUS_CLOSED, "Closed", pieces(label, " is not allowed from logged out state.")));
 }
 
 bool Operation::lacksExtendedCommandSet(const char* label)
 {
     return !m_logic.hasExtendedCommandSet() &&
-           endWith(refuse(TL_STATUS_NOT_SUPPORTED, "Not Supported", compose(label, " is not supported.")));
+           endWith(refuse(TL_STATUS_NOT_SUPPORTED, "Not Supported", pieces(label, " is not supported.")));
 }
 
 bool Operation::lacksState(const char* label, std::initializer_list<TLState> states)
@@ -60,12 +38,7 @@ bool Operation::lacksState(const char* label, std::initializer_list<TLState> sta
     const std::int32_t state = g_TLState;
     return std::find(states.begin(), states.end(), state) == states.end() &&
            endWith(refuse(TL_STATUS_NOT_SUPPORTED, "Not Supported",
-                          compose(label, " is not supported from state ", stateName(state))));
-}
-
-bool Operation::refusedIf(bool reason, std::int16_t status, LanguageKey key, const std::string& line)
-{
-    return reason && endWith(refuse(status, key, line));
+                          pieces(label, " is not supported from state ", stateName(state))));
 }
 
 bool Operation::endWith(std::int16_t outcome)
@@ -117,25 +90,14 @@ std::int16_t Operation::answer(std::int16_t status, LanguageKey key) const
     return status;
 }
 
-std::int16_t Operation::refuse(std::int16_t status, LanguageKey key, const std::string& line) const
-{
-    const std::int16_t outcome = answer(status, key);
-    error(line);
-    return outcome;
-}
-
 std::string Operation::failureLine(const char* what, std::int16_t result) const
 {
-    return headed(compose(what, " failed, return code = ", result, ", message = ", m_message));
+    return compose("CTLLogics::", m_sName, ": ", what, " failed, return code = ", result,
+                   ", message = ", m_message);
 }
 
 std::int16_t Operation::failed(const char* what, std::int16_t result) const
 {
     logError(failureLine(what, result));
     return result;
-}
-
-std::int16_t Operation::timedOut(const std::string& what, std::int16_t waitResult) const
-{
-    return refuse(TL_STATUS_TIMEOUT, "Timed out", compose(what, " timed out, return code = ", waitResult));
 }

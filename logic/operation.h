@@ -3,8 +3,10 @@
 #pragma once
 
 #include "diag/language_keys.h"
+#include "diag/log.h"
 #include "logic/ctllogics.h"
 #include "logic/shared_state.h"
+#include "text/compose.h"
 
 #include <cstdint>
 #include <initializer_list>
@@ -44,9 +46,22 @@ public:
     const char* name() const { return m_sName; }
     std::string& message() const { return m_message; }
 
-    void enter(const std::string& line) const;
-    void info(const std::string& text) const;
-    void error(const std::string& text) const;
+    // Lines of the log. A text is one that is there already, or pieces.
+    template <typename Text>
+    void enter(const Text& line) const
+    {
+        logLine(line, LOG_APP_IN, LOG_FILE_LOGIC);
+    }
+    template <typename Text>
+    void info(const Text& text) const
+    {
+        logDebug(pieces("CTLLogics::", m_sName, ": ", text));
+    }
+    template <typename Text>
+    void error(const Text& text) const
+    {
+        logError(pieces("CTLLogics::", m_sName, ": ", text));
+    }
 
     // Tests. "label" is the operation as refusals write it.
     /// Waits for a device that is busy, then looks for the error status.
@@ -54,7 +69,11 @@ public:
     bool lacksSession(const char* label);
     bool lacksExtendedCommandSet(const char* label);
     bool lacksState(const char* label, std::initializer_list<TLState> states);
-    bool refusedIf(bool reason, std::int16_t status, LanguageKey key, const std::string& line);
+    template <typename Text>
+    bool refusedIf(bool reason, std::int16_t status, LanguageKey key, const Text& line)
+    {
+        return reason && endWith(refuse(status, key, line));
+    }
     /// Any other test that failed.
     bool endWith(std::int16_t outcome);
 
@@ -73,16 +92,24 @@ public:
     // Results: the message, the log line if there is one, and the status to return.
     std::int16_t done() const;
     std::int16_t answer(std::int16_t status, LanguageKey key) const;
-    std::int16_t refuse(std::int16_t status, LanguageKey key, const std::string& line) const;
+    template <typename Text>
+    std::int16_t refuse(std::int16_t status, LanguageKey key, const Text& line) const
+    {
+        const std::int16_t outcome = answer(status, key);
+        error(line);
+        return outcome;
+    }
     std::int16_t failed(const char* what, std::int16_t result) const;
-    std::int16_t timedOut(const std::string& what, std::int16_t waitResult) const;
+    template <typename Text>
+    std::int16_t timedOut(const Text& what, std::int16_t waitResult) const
+    {
+        return refuse(TL_STATUS_TIMEOUT, "Timed out", pieces(what, " timed out, return code = ", waitResult));
+    }
 
     /// "<what> failed, return code = <result>, message = <message>", headed by the operation.
     std::string failureLine(const char* what, std::int16_t result) const;
 
 private:
-    std::string headed(const std::string& text) const;
-
     CTLLogics& m_logic;
     const char* m_sName;
     std::string& m_message;

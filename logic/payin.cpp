@@ -14,12 +14,12 @@ std::int16_t CTLLogics::enablePayin(std::string& message)
 
     // The gate, with two lines of its own about the wait.
     if (const auto nStatus = op.waitWhileBusy()) {
-        op.info(compose("Tellarion was Busy. Got new status nStatus=", *nStatus));
+        op.info(pieces("Tellarion was Busy. Got new status nStatus=", *nStatus));
         if (*nStatus == TL_STATUS_TIMEOUT)
             return op.stillBusy();
         if (*nStatus == TL_STATUS_ERROR)
             return op.deviceHasErrors();
-        op.info(compose("The new status nStatus=", *nStatus, " was neither TIMEOUT nor ERROR."));
+        op.info(pieces("The new status nStatus=", *nStatus, " was neither TIMEOUT nor ERROR."));
     }
     if (g_nLastCallbackStatus == DEVICE_ERROR)
         return op.deviceHasErrors();
@@ -57,7 +57,7 @@ std::int16_t CTLLogics::disablePayin(std::string& message)
 std::int16_t CTLLogics::deposit(const std::string& transactionId, std::string& message)
 {
     Operation op(*this, "deposit", message);
-    op.enter(compose("CTLLogics::deposit(", transactionId, ")"));
+    op.enter(pieces("CTLLogics::deposit(", transactionId, ")"));
     if (op.busy() || op.lacksSession("Deposit") || op.lacksExtendedCommandSet("Deposit") ||
         op.lacksState("Deposit", {STATE_PAYIN_DISABLED, STATE_CASH_DEPOSITED}))
         return op.outcome();

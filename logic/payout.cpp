@@ -12,7 +12,7 @@ std::int16_t CTLLogics::payout(std::int32_t amountDispense, std::int32_t amountD
                                const std::string& transactionId, std::string& message)
 {
     Operation op(*this, "payout", message);
-    op.enter(compose("CTLLogics::payout(", amountDispense, ",", amountDeposit, ",", transactionId, ")"));
+    op.enter(pieces("CTLLogics::payout(", amountDispense, ",", amountDeposit, ",", transactionId, ")"));
     std::int32_t amountRest = 0;
     return payout(amountDispense, amountDeposit, transactionId, amountRest, message);
 }
@@ -22,8 +22,8 @@ std::int16_t CTLLogics::payout(std::int32_t amountDispense, std::int32_t amountD
                                std::string& message)
 {
     Operation op(*this, "payout", message);
-    op.enter(compose("CTLLogics::payout(", amountDispense, ", ", amountDeposit, ", ", transactionId,
-                     ", amountRest)"));
+    op.enter(pieces("CTLLogics::payout(", amountDispense, ", ", amountDeposit, ", ", transactionId,
+                    ", amountRest)"));
     amountRest = 0;
     if (op.busy({.ready = ReadyStatus::PayinEnabled}) ||
         op.refusedIf(amountDeposit > g_nAmountPaidIn, TL_STATUS_AMOUNT_TOO_BIG, "Amount to deposit too big",
@@ -42,15 +42,15 @@ std::int16_t CTLLogics::payout(std::int32_t amountDispense, std::int32_t amountD
         return op.outcome();
     if (const auto limit = purgeForLimit(op, m_paidOutList)) {
         const std::int32_t sum = m_paidOutList.sum();
-        op.info(compose("sumPaidInAmount = ", sum)); // "In", though it is what was paid out
+        op.info(pieces("sumPaidInAmount = ", sum)); // "In", though it is what was paid out
         const std::int32_t difference = wrappingSubtract(amountDispense, amountDeposit);
         if (wrappingAdd(sum, difference) > limit->amount) {
-            op.info(compose("sumPaidOutAmount = ", sum, ", amountDispense = ", amountDispense,
-                            ", amountDeposit = ", amountDeposit));
+            op.info(pieces("sumPaidOutAmount = ", sum, ", amountDispense = ", amountDispense,
+                           ", amountDeposit = ", amountDeposit));
             return op.refuse(
                 TL_STATUS_PAYOUT_LIMIT, "Payout larger than allowed limit per time unit",
-                compose("(", sum, " + (", amountDispense, " - ", amountDeposit, ") > ", limit->amount,
-                        "), Payout larger than allowed limit per time unit: ", limit->seconds, " seconds!"));
+                pieces("(", sum, " + (", amountDispense, " - ", amountDeposit, ") > ", limit->amount,
+                       "), Payout larger than allowed limit per time unit: ", limit->seconds, " seconds!"));
         }
         addToPaidOutList(op, m_paidOutList, difference);
     }
@@ -70,7 +70,7 @@ std::int16_t CTLLogics::amountDue(std::int32_t amountDue, const std::string& tra
                                   std::int32_t& amountRest, std::string& message)
 {
     Operation op(*this, "amountDue", message);
-    op.enter(compose("CTLLogics::amountDue(", amountDue, ",", transactionId, ", amountRest)"));
+    op.enter(pieces("CTLLogics::amountDue(", amountDue, ",", transactionId, ", amountRest)"));
     const std::int32_t paidIn = g_nAmountPaidIn;
     const std::int32_t change = wrappingSubtract(paidIn, amountDue);
     if (change < 0)
@@ -82,7 +82,7 @@ std::int16_t CTLLogics::amountDue(std::int32_t amountDue, const std::string& tra
 std::int16_t CTLLogics::informTotalAmount(std::int32_t amountTotal, std::string& message)
 {
     Operation op(*this, "informTotalAmount", message);
-    op.enter(compose("CTLLogics::informTotalAmount(", amountTotal, ")"));
+    op.enter(pieces("CTLLogics::informTotalAmount(", amountTotal, ")"));
     if (op.busy() || op.lacksSession("InformTotalAmount"))
         return op.outcome();
 
@@ -91,7 +91,7 @@ std::int16_t CTLLogics::informTotalAmount(std::int32_t amountTotal, std::string&
         return op.failed("COstrivane::informTotalAmount", sent);
     op.info("Waiting for a message ...");
     const std::int16_t answered = waitForCallback("a", ANSWER_TIMEOUT);
-    op.info(compose("Waiting for a message resulted in:", answered));
+    op.info(pieces("Waiting for a message resulted in:", answered));
     // On a failed wait the message stays at what the send left in it.
     return answered == TL_STATUS_OK ? op.done() : op.failed("COstrivane::informTotalAmount", answered);
 }

@@ -16,16 +16,16 @@ bool dispensesOutOfRange(Operation& op, std::int32_t amount)
 bool mustAskFirst(const Operation& op, std::int32_t amount, const char* toPay)
 {
     if (amount == 0) {
-        op.info(compose("Zero amount to ", toPay, ", askPayout not called"));
+        op.info(pieces("Zero amount to ", toPay, ", askPayout not called"));
         return false;
     }
     if (amount < op.logic().settings().getIntSetting(AskPayOutAmountLimit)) {
         // With low levels an earlier ask for the same amount doesn't count.
         if (g_nCurrentLowLevelWarningState.isLow()) {
-            op.info(compose("Small amount to ", toPay, " but Cash Levels are low, call askPayout"));
+            op.info(pieces("Small amount to ", toPay, " but Cash Levels are low, call askPayout"));
             return true;
         }
-        op.info(compose("Small amount to ", toPay, " and Cash Levels are ok, askPayout not called"));
+        op.info(pieces("Small amount to ", toPay, " and Cash Levels are ok, askPayout not called"));
         return false;
     }
     if (g_bAskPayoutDone && g_nAskPayoutAmount == amount) {
@@ -37,7 +37,7 @@ bool mustAskFirst(const Operation& op, std::int32_t amount, const char* toPay)
 
 bool askFails(Operation& op, std::int32_t amount, std::int32_t& amountRest)
 {
-    op.info(compose("Performing askPayout prior to ", op.name()));
+    op.info(pieces("Performing askPayout prior to ", op.name()));
     const std::int16_t result = op.logic().askPayout(amount, amountRest, op.message());
     if (result == TL_STATUS_OK)
         return false;
@@ -63,7 +63,7 @@ std::optional<PayOutLimit> purgeForLimit(const Operation& op, PaidOutList& list)
 
 void addToPaidOutList(const Operation& op, PaidOutList& list, std::int32_t amount)
 {
-    op.info(compose("adding ", amount, " to paid out list."));
+    op.info(pieces("adding ", amount, " to paid out list."));
     list.add(platform::wallClockSeconds(), amount);
 }
 
@@ -84,14 +84,14 @@ bool payOutFails(Operation& op, std::int16_t sent, const PayOutWords& words)
     if (const std::int16_t waited = logic.waitForStatus(DEVICE_BUSY, ANSWER_TIMEOUT);
         waited != TL_STATUS_OK) {
         endOnePayOutSettings(logic);
-        return op.endWith(op.timedOut(compose(words.payment, " start"), waited));
+        return op.endWith(op.timedOut(pieces(words.payment, " start"), waited));
     }
     if (logic.settings().getIntSetting(PayOutOkCheck) != 1)
         return false;
     if (const std::int16_t waited = op.waitForReady(words.readyAtEnd, statusOkTimeout(logic));
         waited != TL_STATUS_OK) {
         endOnePayOutSettings(logic);
-        return op.endWith(op.timedOut(compose(words.payment, " stop"), waited));
+        return op.endWith(op.timedOut(pieces(words.payment, " stop"), waited));
     }
     return false;
 }

@@ -13,7 +13,7 @@ namespace {
 template <typename... Others>
 bool basicEventsFail(Operation& op, TLStatusEvent status, TLErrorEvent error, Others... others)
 {
-    op.enter(compose("CTLLogics::", op.name(), "()"));
+    op.enter(pieces("CTLLogics::", op.name(), "()"));
     if (op.refusedIf(status == nullptr || error == nullptr || ((others == nullptr) || ...),
                      TL_STATUS_INPUT_PARAM_ERROR, "empty callbacks", "empty callbacks"))
         return true;

@@ -51,10 +51,10 @@ std::string timeStamp()
 void queryDevice(const Operation& login)
 {
     const std::int16_t queried = login.logic().queryCommandSet(login.message());
-    login.info(compose("queryCommandSet returned ", queried, ", message = ", login.message()));
+    login.info(pieces("queryCommandSet returned ", queried, ", message = ", login.message()));
     if (g_sSupportedCommands.get().find('V') != std::string::npos) {
         const std::int16_t version = login.logic().versionTL(login.message());
-        login.info(compose("versionTL returned ", version, ", message = ", login.message()));
+        login.info(pieces("versionTL returned ", version, ", message = ", login.message()));
     }
 }
 
@@ -78,7 +78,7 @@ std::int16_t CTLLogics::login(const std::string& loginNumberText, const std::str
                               std::string& message)
 {
     Operation op(*this, "login", message);
-    op.enter(compose("CTLLogics::login(", loginNumberText, ",", loginText, ")"));
+    op.enter(pieces("CTLLogics::login(", loginNumberText, ",", loginText, ")"));
     g_bAskPayoutDone = false;
     const std::int32_t value = twoDigitValue(loginNumberText);
     logDebug(pieces("CTLLogics::login calling numeric login with params(", value, ",", loginText, ")"));
@@ -91,7 +91,7 @@ std::int16_t CTLLogics::login(const std::string& loginNumberText, const std::str
 std::int16_t CTLLogics::login(std::int16_t loginNumber, const std::string& loginText, std::string& message)
 {
     Operation op(*this, "login", message);
-    op.enter(compose("CTLLogics::login(", loginNumber, ",", loginText, ")"));
+    op.enter(pieces("CTLLogics::login(", loginNumber, ",", loginText, ")"));
     logDebug(pieces("CTLLogics::login, date: ", dateText(platform::localTime().calendar, "-")));
     const std::int32_t number = twoDigits(loginNumber);
     const std::int32_t digits = twoDigits(twoDigitValue(loginText));
@@ -128,7 +128,7 @@ std::int16_t CTLLogics::login(std::int16_t loginNumber, const std::string& login
 
     // What counts is the state after the wait, not how it ended.
     const std::int16_t heard = waitForCallback("a", ANSWER_TIMEOUT);
-    op.info(compose("Waiting for a message resulted in:", heard));
+    op.info(pieces("Waiting for a message resulted in:", heard));
     if (g_nLastCallbackMode == MODE_NOT_OPENED || g_nLastCallbackStatus == DEVICE_BUSY ||
         g_TLState == STATE_LOGGED_OUT)
         return giveUpLogin(op);
@@ -155,7 +155,7 @@ std::int16_t CTLLogics::login(std::int16_t loginNumber, const std::string& login
     }
     if (g_nLegacySystem == 0 && g_nAutoDisable == 1) {
         if (const std::int16_t result = disablePayin(message); result != TL_STATUS_OK)
-            op.error(compose("AutoDisable failed: nReturn=", result, ", message = ", message));
+            op.error(pieces("AutoDisable failed: nReturn=", result, ", message = ", message));
     }
     return op.done();
 }
@@ -187,8 +187,8 @@ std::int16_t CTLLogics::queryCommandSet(std::string& message)
     m_nLevel = 1;
     m_sMaster = g_sMasterVersion.get();
     m_sCommands = g_sSupportedCommands.get();
-    op.info(compose("Master Version: ", m_sMaster));
-    op.info(compose("Supported Commands: ", m_sCommands));
+    op.info(pieces("Master Version: ", m_sMaster));
+    op.info(pieces("Supported Commands: ", m_sCommands));
     return op.done();
 }
 
@@ -207,7 +207,7 @@ std::int16_t CTLLogics::versionTL(std::string& message)
     if (deviceHasLongForms())
         m_nLevel = 2;
     m_sInfo = g_sApiVersion.get();
-    op.info(compose("API Version: ", m_sInfo));
+    op.info(pieces("API Version: ", m_sInfo));
     return op.done();
 }
 
@@ -263,7 +263,7 @@ std::int16_t CTLLogics::info(std::uint32_t& level, std::string& commands, std::s
     master = m_nLevel == 0 ? "" : m_sMaster;
     version = m_nLevel == 0 ? "" : m_nLevel == 1 ? "Tellarion" : m_sInfo;
     op.done();
-    op.info(compose("level=", level, ", commands=\"", commands, "\", master=\"", master, "\", info=\"",
-                    version, "\", message=\"", message, "\"."));
+    op.info(pieces("level=", level, ", commands=\"", commands, "\", master=\"", master, "\", info=\"",
+                   version, "\", message=\"", message, "\"."));
     return TL_STATUS_OK;
 }

@@ -52,7 +52,7 @@ std::int16_t CTLLogics::change(std::string& message)
 std::int16_t CTLLogics::regret(std::int16_t regretType, std::string& message)
 {
     Operation op(*this, "regret", message);
-    op.enter(compose("CTLLogics::regret(", regretType, ")"));
+    op.enter(pieces("CTLLogics::regret(", regretType, ")"));
     if (op.busy({.timeout = REGRET_BUSY_TIMEOUT}))
         return op.outcome();
     g_bAskPayoutDone = false;

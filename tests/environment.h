@@ -1,6 +1,7 @@
 // What tests need of the process that standard C++ does not offer.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 /// An empty value removes the variable.
@@ -8,3 +9,9 @@ void setEnvironment(const std::string& name, const std::string& value);
 
 /// Removes a directory also if files in it are still open.
 void removeDirectory(const std::string& path);
+
+/// Descriptors or handles that the process has open.
+std::size_t openHandles();
+
+/// Bytes of memory that the process has of the machine.
+std::size_t memoryInUse();

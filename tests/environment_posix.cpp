@@ -2,6 +2,8 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 
 void setEnvironment(const std::string& name, const std::string& value)
 {
@@ -12,4 +14,17 @@ void removeDirectory(const std::string& path)
 {
     std::error_code ignored;
     std::filesystem::remove_all(path, ignored);
+}
+
+std::size_t openHandles()
+{
+    using std::filesystem::directory_iterator;
+    return static_cast<std::size_t>(std::distance(directory_iterator("/proc/self/fd"), {}));
+}
+
+std::size_t memoryInUse()
+{
+    std::size_t pages = 0;
+    std::ifstream("/proc/self/statm") >> pages >> pages; // the second number is what is resident
+    return pages * 4096;
 }

@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <psapi.h>
+
 #include <cstdio>
 #include <filesystem>
 
@@ -15,4 +17,18 @@ void removeDirectory(const std::string& path)
     _fcloseall();
     std::error_code ignored;
     std::filesystem::remove_all(path, ignored);
+}
+
+std::size_t openHandles()
+{
+    DWORD count = 0;
+    GetProcessHandleCount(GetCurrentProcess(), &count);
+    return count;
+}
+
+std::size_t memoryInUse()
+{
+    PROCESS_MEMORY_COUNTERS counters{};
+    K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
+    return counters.PagefileUsage;
 }

@@ -1,0 +1,127 @@
+// What becomes of a call, a message and the log when there is no memory: no exception, and never a "Done"
+// that isn't.
+#include "till.h"
+
+#include "events/decoder.h"
+#include "logic/ctllogics.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+int allocationsLeft = -1; // negative: no end
+
+} // namespace
+
+void* operator new(std::size_t size)
+{
+    void* const memory = allocationsLeft == 0 ? nullptr : std::malloc(size);
+    if (memory == nullptr)
+        throw std::bad_alloc();
+    if (allocationsLeft > 0)
+        --allocationsLeft;
+    return memory;
+}
+void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
+
+namespace {
+
+class Memory : public Till {
+protected:
+    /// Runs "action" with no allocation, one, two, and so on until it has enough; how often it hadn't.
+    template <typename Prepare, typename Action>
+    static int starve(const Prepare& prepare, const Action& action)
+    {
+        for (int allowed = 0;; ++allowed) {
+            prepare();
+            allocationsLeft = allowed;
+            action();
+            const bool enough = allocationsLeft > 0;
+            allocationsLeft = -1;
+            if (enough)
+                return allowed;
+        }
+    }
+};
+
+} // namespace
+
+TEST_F(Memory, EveryCallAnswersWithoutIt)
+{
+    std::array<char, 1024> message{};
+    std::array<char, 1024> text{};
+    std::int32_t rest = 0;
+    std::uint32_t number = 0;
+    std::int32_t type = 1;
+    CashCountRecord* coins = nullptr;
+    CashCountRecord* notes = nullptr;
+    std::int32_t coinCount = 0;
+    std::int32_t noteCount = 0;
+    char* const m = message.data();
+    char* const t = text.data();
+    const char* const id = "a transaction id that no short text holds";
+    device.on("j").says(10, "j100:5:1,200:6:2;500:3:1.");
+    device.on("n").says(10, "e1100:5;500:1.01");
+    open();
+    const std::vector<std::pair<const char*, std::function<std::int16_t()>>> calls{
+        {"isOpen", [&] { return isOpenTL(&number, m); }},
+        {"info", [&] { return infoTL(&number, t, t, t, m); }},
+        {"login", [&] { return loginTL(1, 1, m); }},
+        {"loginStr", [&] { return loginStrTL("1", id, m); }},
+        {"disablePayin", [&] { return disablePayinTL(m); }},
+        {"deposit", [&] { return depositTL(id, m); }},
+        {"dispense", [&] { return dispenseTL(100, id, &rest, m); }},
+        {"enablePayin", [&] { return enablePayinTL(m); }},
+        {"askPayout2", [&] { return askPayout2TL(100, &rest, m); }},
+        {"payout2", [&] { return payout2TL(100, 0, id, &rest, m); }},
+        {"amountDue", [&] { return amountDueTL(0, id, &rest, m); }},
+        {"change", [&] { return changeTL(m); }},
+        {"regret", [&] { return regretTL(0, m); }},
+        {"cashCount", [&] { return cashCountTL(&coins, &coinCount, &notes, &noteCount, m); }},
+        {"collect",
+         [&] { return collectToCashFloatTL(1, &coins, &coinCount, &notes, &noteCount, &number, id, m); }},
+        {"dispenseSpecified",
+         [&] { return dispenseSpecifiedTL(0, &coins, &coinCount, &notes, &noteCount, &number, id, m); }},
+        {"changeSettings",
+         [&] { return changeSettingsTL("LevelWarningFilter:a long filter of no meaning;", 0, m); }},
+        {"getLevelWarningInfo", [&] { return getLevelWarningInfoTL(&type, t, t, t, t); }},
+        {"getErrorInfo", [&] { return getErrorInfoTL(t, t); }},
+        {"init", [&] { return initTL("Type:RS232;Name:COM7;", "", m); }},
+        {"exit", [&] { return exitTL(m); }},
+    };
+    int brokenOffCalls = 0;
+    for (const auto& [name, function] : calls) {
+        SCOPED_TRACE(name);
+        int status = 0;
+        int brokenOff = 0;
+        starve(
+            [&] {
+                brokenOff += status == TL_STATUS_ERROR && message.front() == '\0';
+                virtual_clock::forget();
+                device.say(head('a', 0, 0));
+                message.fill('#');
+            },
+            [&] { status = function(); });
+        brokenOffCalls += brokenOff > 0;
+    }
+    EXPECT_GT(brokenOffCalls, 12); // some need no memory
+    EXPECT_GT(countOf("payout2TL: Failed! Returning 2: ", errorLog()), 0);
+}
+
+TEST_F(Memory, MessagesLoadingAndUnloadingGoOnWithoutIt)
+{
+    open();
+    const std::vector<std::string> messages{head('a', 500, 0), head('b', 500, 0, 1, "05 100 SEK"),
+                                            "j1:2;5:1.", "e1100:5;500:1.01", "?"};
+    for (const std::string& message : messages)
+        starve([] {}, [&] { EXPECT_EQ(1, callbackfunc(message.c_str())); });
+    starve([] {}, [] { CTLLogics loadedAndUnloaded; });
+}

@@ -16,6 +16,7 @@ struct ScriptedOstrivane {
     std::string openAnswer;
     std::function<std::string(const std::string& command)> onCommand; // hands back the whole answer
     std::function<void()> onOpening;                                  // while the link is being opened
+    std::function<void(const char* message)> onDelivery;              // sees each message before the library
 
     // What was done with it.
     int loads = 0;
@@ -24,7 +25,13 @@ struct ScriptedOstrivane {
     std::vector<std::string> commands;
 
     /// As its own thread would do it.
-    void deliver(const std::string& message) const { callback(message.c_str()); }
+    void deliver(const std::string& message) const { deliver(message.c_str()); }
+    void deliver(const char* message) const
+    {
+        if (onDelivery)
+            onDelivery(message);
+        callback(message);
+    }
     int (*callback)(const char* message) = nullptr;
 
     std::string ownPath; // where this library hears that it lies

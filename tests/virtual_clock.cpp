@@ -14,6 +14,7 @@ struct State {
     std::int64_t turned = 0;
     sys_time<milliseconds> start = sys_days{2026y / November / 22} + 14h + 5min + 6s + 7ms;
     std::multimap<std::int64_t, std::function<void()>> actions;
+    void (*look)() = nullptr;
 };
 
 // Never destroyed: the library's last log lines are written as the process ends.
@@ -21,6 +22,12 @@ State& state()
 {
     static State& only = *new State;
     return only;
+}
+
+void look()
+{
+    if (state().look != nullptr)
+        state().look();
 }
 
 } // namespace
@@ -42,12 +49,14 @@ std::int64_t virtual_clock::now()
 
 void virtual_clock::advance(std::int64_t milliseconds)
 {
+    look();
     auto& actions = state().actions;
     const std::int64_t end = state().now + milliseconds;
     while (!actions.empty() && actions.begin()->first <= end) {
         const auto first = actions.extract(actions.begin());
         state().now = first.key();
         first.mapped()();
+        look();
     }
     state().now = end;
 }
@@ -62,6 +71,11 @@ void virtual_clock::forget()
     state().actions.clear();
 }
 
+void virtual_clock::onLook(void (*action)())
+{
+    state().look = action;
+}
+
 void platform::sleepMilliseconds(unsigned milliseconds)
 {
     virtual_clock::advance(milliseconds);
@@ -69,6 +83,7 @@ void platform::sleepMilliseconds(unsigned milliseconds)
 
 platform::LocalTime platform::localTime()
 {
+    look();
     const auto local = state().start + milliseconds{state().now};
     const auto second = floor<seconds>(local);
     const std::time_t time = system_clock::to_time_t(second);

@@ -26,4 +26,8 @@ void after(std::int64_t milliseconds, std::function<void()> action);
 /// Drops all actions.
 void forget();
 
+/// Calls this whenever somebody looks at the date and time, as the log does before each of its lines, and
+/// before time goes on.
+void onLook(void (*action)());
+
 } // namespace virtual_clock

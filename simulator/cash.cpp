@@ -125,4 +125,27 @@ std::string padded(Amount number, std::size_t width)
     return std::string(width > digits.size() ? width - digits.size() : 0, '0') + digits;
 }
 
+std::string moneyText(Amount amount, int decimals)
+{
+    const auto places = static_cast<std::size_t>(decimals);
+    std::string digits = padded(amount < 0 ? -amount : amount, places + 1);
+    if (places > 0)
+        digits.insert(digits.size() - places, 1, '.');
+    return (amount < 0 ? "-" : "") + digits;
+}
+
+std::optional<Amount> parseMoney(std::string_view text, int decimals)
+{
+    const auto places = static_cast<std::size_t>(decimals);
+    const std::size_t point = text.find('.');
+    std::string digits(text.substr(0, point));
+    const std::string_view fraction = point == std::string_view::npos ? "" : text.substr(point + 1);
+    if (digits.empty() || fraction.size() > places || (point != std::string_view::npos && fraction.empty()))
+        return std::nullopt;
+    digits += fraction;
+    digits.append(places - fraction.size(), '0');
+    const auto amount = parseNumber(digits);
+    return amount ? std::optional<Amount>(*amount) : std::nullopt;
+}
+
 } // namespace simulator

@@ -57,4 +57,11 @@ std::optional<int> parseNumber(std::string_view digits);
 /// In decimal with leading zeros.
 std::string padded(Amount number, std::size_t width);
 
+/// In main units: 1250 is "12.50" with two decimals.
+std::string moneyText(Amount amount, int decimals);
+
+/// The other way round; fewer decimals, or none, will do. Empty if it is no such amount, or one of more
+/// than nine digits.
+std::optional<Amount> parseMoney(std::string_view text, int decimals);
+
 } // namespace simulator

@@ -4,10 +4,16 @@
 
 #include "simulator/cash.h"
 
+#include <utility>
+
 namespace simulator {
 
 class CustomerMoney {
 public:
+    CustomerMoney() = default;
+    CustomerMoney(Amount amount, std::vector<Amount> pieces) : m_amount(amount), m_pieces(std::move(pieces))
+    {}
+
     Amount amount() const { return m_amount; }
 
     /// The pieces that are left of those that came in, in their order. Their value is the amount, unless

@@ -10,11 +10,11 @@ namespace simulator {
 
 // ---- Session ----
 
-bool DeviceModel::carryOut(const Command& command)
+bool DeviceModel::carryOut(const Command& command, Milliseconds now)
 {
     switch (command.letter) {
     case 'a':
-        return login();
+        return login(now);
     case 'b':
         return logout();
     case 'c':
@@ -28,7 +28,7 @@ bool DeviceModel::carryOut(const Command& command)
         case 2:
             return giveBackLastNote();
         case 3:
-            return reset();
+            return reset(now);
         default:
             return giveBackAll();
         }
@@ -78,9 +78,9 @@ bool DeviceModel::tellVersion()
     return true;
 }
 
-bool DeviceModel::login()
+bool DeviceModel::login(Milliseconds now)
 {
-    m_error = 0;
+    endErrorsByReset(now);
     if (!m_settings.loginOpens) {
         post(statusMessage('a', shownAmount(), statusDigit(), 2, {}, m_longForm));
         return true;
@@ -102,16 +102,9 @@ bool DeviceModel::logout()
     return true;
 }
 
-void DeviceModel::loggedOut()
+bool DeviceModel::reset(Milliseconds now)
 {
-    m_open = false;
-    m_admin = false;
-    m_payInOpen = false;
-}
-
-bool DeviceModel::reset()
-{
-    m_error = 0;
+    endErrorsByReset(now);
     postState();
     return true;
 }

@@ -1,5 +1,8 @@
 #include "simulator/device_model.h"
 
+#include "simulator/opening_codes.h"
+#include "simulator/saved_device.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -11,6 +14,7 @@ constexpr char TAKEN = '0';
 constexpr char BUSY = '1';
 constexpr char REFUSED = '2';
 constexpr char CLOSED = '3';
+constexpr char LOST = '7';
 
 const char* answerWord(char status)
 {
@@ -23,6 +27,8 @@ const char* answerWord(char status)
         return "Error";
     case CLOSED:
         return "Closed";
+    case LOST:
+        return "Lost";
     default:
         return "Refused";
     }
@@ -38,19 +44,94 @@ char upperCase(char letter)
     return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : '\0';
 }
 
+std::string answerText(char letter, char status)
+{
+    return std::string{letter, FIELD_SEPARATOR, status} + answerWord(status);
+}
+
+/// Cut off, or with another character somewhere, but never with a NUL.
+std::string garbled(std::string text, std::uint64_t random)
+{
+    if (text.empty())
+        return text;
+    const std::size_t position = random % text.size();
+    random /= text.size();
+    if (random % 4 == 0)
+        return text.substr(0, position);
+    text[position] = static_cast<char>(1 + random / 4 % 255);
+    return text;
+}
+
 } // namespace
 
-DeviceModel::DeviceModel(Settings settings) : m_settings(std::move(settings)), m_drawer(m_settings.drawer) {}
+DeviceModel::DeviceModel(Settings settings) : m_settings(std::move(settings)), m_drawer(m_settings.drawer)
+{
+    for (const Fault& fault : m_settings.faults)
+        m_faults.put(fault);
+}
+
+DeviceModel::DeviceModel(Settings settings, const SavedDevice& saved, Milliseconds now)
+    : m_settings(std::move(settings)), m_drawer(saved.units, saved.books), m_paidOut(saved.tray),
+      m_collected(saved.collected), m_takenPaidOut(saved.takenPaidOut),
+      m_takenCollected(saved.takenCollected), m_tillThere(false), m_powerIsBack(true),
+      m_longForm(saved.longForm), m_customerMoney(saved.paidIn, saved.paidInPieces)
+{
+    for (Fault fault : saved.faults) {
+        fault.endsAt += now;
+        m_faults.put(fault);
+    }
+}
+
+SavedDevice DeviceModel::saved(Milliseconds now) const
+{
+    CustomerMoney money = m_customerMoney;
+    if (m_work)
+        settle(money, m_work->settlement, m_work->piecesOut());
+    SavedDevice device{m_drawer.units(), m_drawer.books(), m_paidOut,      m_collected,    m_takenPaidOut,
+                       m_takenCollected, money.amount(),   money.pieces(), m_faults.all(), m_longForm};
+    for (Fault& fault : device.faults)
+        fault.endsAt = fault.on && fault.lasts ? std::max<Milliseconds>(0, fault.endsAt - now) : 0;
+    return device;
+}
+
+void DeviceModel::start(Milliseconds now)
+{
+    for (const Fault& fault : m_settings.faults)
+        if (fault.start == Fault::Start::Now)
+            beginFault(fault.name, now);
+}
+
+void DeviceModel::startAfresh(Settings settings, Milliseconds now)
+{
+    DeviceModel fresh(std::move(settings));
+    fresh.m_watcher = std::move(m_watcher);
+    fresh.m_tillThere = m_tillThere;
+    fresh.m_longForm = m_longForm;
+    *this = std::move(fresh);
+    start(now);
+    m_messages.setEarliest(now);
+    tellPowerIsBack();
+}
 
 // ---- Commands ----
 
-std::string DeviceModel::command(std::string_view text, Milliseconds now)
+DeviceModel::Answer DeviceModel::command(std::string_view text, Milliseconds now)
 {
     advance(now);
-    m_messages.setEarliest(now + m_settings.answerDelay);
     const std::string copy(text);
-    const char status = answerTo(copy, now);
-    return {std::string{letterOf(copy), FIELD_SEPARATOR, status} + answerWord(status)};
+    const char letter = letterOf(copy);
+    beginFaults(m_faults.atCommand(letter), now);
+    m_messages.setEarliest(now + slowed(m_settings.answerDelay));
+
+    const bool arrives = hasPower() && !m_faults.isOn(FaultName::LinkLost);
+    Answer answer{answerText(letter, arrives ? answerTo(copy, now) : LOST)};
+    if (arrives && strike(FaultName::AnswerLost, now))
+        answer.text = answerText(letter, LOST);
+    if (const auto late = arrives ? strike(FaultName::AnswerLate, now) : std::nullopt)
+        answer.lateness = late->lateness;
+    if (m_watcher)
+        tell({.kind = DeviceEvent::Kind::Command, .time = now, .text = copy, .answer = answer.text});
+    return answer;
 }
 
 char DeviceModel::answerTo(const std::string& text, Milliseconds now)
@@ -59,7 +140,7 @@ char DeviceModel::answerTo(const std::string& text, Milliseconds now)
     if (refusal != TAKEN || m_settings.silent.find(letterOf(text)) != std::string::npos)
         return refusal;
     const auto command = parseCommand(text);
-    return command && carryOut(*command) ? TAKEN : REFUSED;
+    return command && carryOut(*command, now) ? TAKEN : REFUSED;
 }
 
 char DeviceModel::refusalOf(const std::string& text, Milliseconds now) const
@@ -96,112 +177,130 @@ bool DeviceModel::isTakenInError(const std::string& text) const
     }
 }
 
-// ---- Work ----
+// ---- Time ----
 
-void DeviceModel::startWork(Work work)
-{
-    m_work = std::move(work);
-    m_work->start = postState();
-    m_work->end = m_work->start + m_settings.payOutTime;
-}
-
-/// Level reports go out while the device is still busy: whoever sees it ready has heard of them all.
-void DeviceModel::endWork(std::size_t piecesOut)
-{
-    const auto firstLeft = m_work->pieces.begin() + static_cast<std::ptrdiff_t>(piecesOut);
-    const Pieces out = counted({m_work->pieces.begin(), firstLeft});
-    const Pieces left = counted({firstLeft, m_work->pieces.end()});
-    for (auto piece = m_work->pieces.begin(); piece != firstLeft; ++piece)
-        moveOut(*piece, m_work->collects);
-    settle(m_work->settlement, out);
-
-    if (m_work->answersWithRecords) {
-        m_work->undone.add(listOf(left));
-        postParts(recordMessages(listOf(out), m_work->undone, m_work->undoneForm, m_settings.partSize,
-                                 statusDigit(), modeDigit()));
-    } else {
-        postRest(m_work->rest + valueOf(left));
-    }
-    if (m_work->sessionPrefix != nullptr)
-        postSession(m_work->sessionPrefix, valueOf(out));
-    postLevels(m_drawer.newLevels());
-    m_work.reset();
-}
-
-void DeviceModel::moveOut(Amount denomination, bool collects)
-{
-    if (collects) {
-        m_drawer.collect(denomination);
-        addPieces(m_collected, denomination, 1);
-    } else {
-        m_drawer.payOut(denomination);
-        addPieces(m_paidOut, denomination, 1);
-    }
-}
-
-void DeviceModel::settle(Settlement settlement, const Pieces& out)
-{
-    if (settlement == Settlement::All)
-        m_customerMoney.settle();
-    else if (settlement == Settlement::WhatCameOut)
-        m_customerMoney.giveBack(out);
-}
-
+/// Step by step in the order of their times, since one may change what the next one is.
 void DeviceModel::advance(Milliseconds now)
 {
-    if (!m_work || m_work->end > now)
-        return;
-    m_messages.setEarliest(m_work->end);
-    endWork(m_work->pieces.size());
-    m_readyAt = postState();
+    for (;;) {
+        const auto work = nextStepOfWork();
+        const auto fault = m_faults.nextEnd();
+        if (fault && *fault <= now && (!work || *fault <= *work))
+            endFault(*m_faults.endingBy(*fault), EndOfFault::Itself, *fault);
+        else if (work && *work <= now)
+            stepWork();
+        else
+            return;
+    }
+}
+
+std::optional<Milliseconds> DeviceModel::nextDue() const
+{
+    std::optional<Milliseconds> next = m_messages.nextDue();
+    const auto consider = [&](std::optional<Milliseconds> time) {
+        if (time && (!next || *time < *next))
+            next = time;
+    };
+    // Pieces that nobody watches may be moved when the work is done.
+    const bool watched = m_watcher || !m_faults.empty();
+    if (watched || (m_work && m_work->waitsForHand))
+        consider(nextStepOfWork());
+    else if (m_work)
+        consider(m_work->end);
+    consider(m_faults.nextEnd());
+    return next;
 }
 
 bool DeviceModel::isBusy(Milliseconds now) const
 {
-    return m_work || (m_readyAt && now < *m_readyAt);
+    return m_work || (m_readyAt && now < *m_readyAt) || m_faults.isOn(FaultName::Busy);
 }
 
-// ---- People at the device ----
-
-Amount DeviceModel::insert(Amount denomination, int count, Milliseconds now)
+Milliseconds DeviceModel::slowed(Milliseconds time) const
 {
-    advance(now);
-    const bool takes = m_open && !hasError() && !isBusy(now) && (m_admin || m_payInOpen);
-    const Amount sum = shownAmount();
-    const Amount most = denomination > 0 ? (LARGEST_AMOUNT - sum) / denomination : 0;
-    const int accepted = static_cast<int>(std::min<Amount>({count, m_drawer.room(denomination), most}));
-    if (!takes || accepted <= 0)
-        return 0;
-
-    const Amount value = denomination * accepted;
-    if (m_admin) {
-        m_drawer.replenish(denomination, accepted);
-        m_replenished += value;
-    } else {
-        m_drawer.payIn(denomination, accepted);
-        m_customerMoney.payIn(denomination, accepted);
-    }
-    m_messages.setEarliest(now);
-    postState();
-    postLevels(m_drawer.newLevels());
-    return value;
+    const Fault* slow = m_faults.find(FaultName::Slow);
+    return slow != nullptr && slow->on ? time * slow->factor : time;
 }
 
-void DeviceModel::fail(int code, Milliseconds now)
+// ---- The link ----
+
+void DeviceModel::loggedOut()
+{
+    m_open = false;
+    m_admin = false;
+    m_payInOpen = false;
+}
+
+void DeviceModel::tillCame(bool comesBack, Milliseconds now)
 {
     advance(now);
+    m_messages.clear();
     m_messages.setEarliest(now);
-    if (m_work) {
-        const auto pieces = static_cast<Milliseconds>(m_work->pieces.size());
-        const Milliseconds worked = std::max<Milliseconds>(0, now - m_work->start);
-        endWork(static_cast<std::size_t>(pieces * worked /
-                                         std::max<Milliseconds>(1, m_work->end - m_work->start)));
+    m_tillThere = true;
+    if (!comesBack)
+        m_longForm = false; // as it was agreed with another till
+    if ((comesBack || m_powerIsBack) && hasPower())
+        tellPowerIsBack();
+}
+
+void DeviceModel::tillLeft(Milliseconds now)
+{
+    advance(now);
+    m_messages.clear();
+    m_tillThere = false;
+    loggedOut();
+}
+
+int DeviceModel::openingRefusal() const
+{
+    if (!hasPower() || m_faults.isOn(FaultName::LinkLost))
+        return OpeningCode::NO_ANSWER;
+    if (const Fault* fault = m_faults.find(FaultName::OpenRefused); fault != nullptr && fault->on)
+        return fault->code;
+    return m_settings.openCode;
+}
+
+std::optional<std::string> DeviceModel::nextMessage(Milliseconds now)
+{
+    advance(now);
+    while (auto message = m_messages.next(now)) {
+        if (!m_tillThere || !hasPower())
+            continue;
+        const bool spared = message->change != nullptr;
+        if (!spared)
+            beginFaults(m_faults.atMessage(), now);
+        if (!spared) {
+            if (const auto late = strike(FaultName::MessageLate, now)) {
+                m_messages.putBack({message->due + late->lateness, message->text, "late"});
+                continue;
+            }
+        }
+        if (m_faults.isOn(FaultName::LinkLost) || (!spared && strike(FaultName::MessageLost, now))) {
+            message->change = "lost";
+        } else if (!spared && strike(FaultName::MessageTwice, now)) {
+            m_messages.putBack({message->due, message->text, "again"});
+        } else if (const auto garbles = spared ? std::nullopt : strike(FaultName::MessageGarbled, now)) {
+            message->text = garbled(message->text, garbles->random);
+            message->change = "garbled";
+        }
+        const bool lost = message->change != nullptr && std::string_view(message->change) == "lost";
+        if (m_watcher)
+            tell({.kind = DeviceEvent::Kind::Message,
+                  .time = now,
+                  .text = message->text,
+                  .change = message->change == nullptr ? "" : message->change});
+        if (!lost)
+            return std::move(message->text);
     }
-    // An error text is one only to those who see the status turn to error.
-    const bool tells = !hasError();
-    m_error = std::clamp(code, 1, 99);
-    if (tells)
-        postReport(errorTail(m_error));
+    return std::nullopt;
+}
+
+std::vector<std::string> DeviceModel::due(Milliseconds now)
+{
+    std::vector<std::string> messages;
+    while (auto message = nextMessage(now))
+        messages.push_back(std::move(*message));
+    return messages;
 }
 
 void DeviceModel::inject(std::string message, Milliseconds now)
@@ -211,25 +310,7 @@ void DeviceModel::inject(std::string message, Milliseconds now)
     m_messages.post(std::move(message), 0);
 }
 
-bool DeviceModel::setStuck(Amount denomination, int count)
-{
-    if (m_drawer.find(denomination) == nullptr || count < 0)
-        return false;
-    m_drawer.setStuck(denomination, count);
-    return true;
-}
-
-Pieces DeviceModel::takePaidOut()
-{
-    m_takenPaidOut += valueOf(m_paidOut);
-    return std::exchange(m_paidOut, {});
-}
-
-Pieces DeviceModel::takeCollected()
-{
-    m_takenCollected += valueOf(m_collected);
-    return std::exchange(m_collected, {});
-}
+// ---- What there is to see ----
 
 CashList DeviceModel::content() const
 {
@@ -255,35 +336,29 @@ bool DeviceModel::balances() const
            books.collected == m_takenCollected + valueOf(m_collected);
 }
 
+void DeviceModel::tell(const DeviceEvent& event) const
+{
+    if (m_watcher)
+        m_watcher(event);
+}
+
+void DeviceModel::tellPiece(DeviceEvent::Way way, Amount denomination, Milliseconds now) const
+{
+    if (m_watcher)
+        m_watcher({.kind = DeviceEvent::Kind::Piece,
+                   .time = now,
+                   .way = way,
+                   .denomination = denomination,
+                   .left = m_drawer.find(denomination)->count});
+}
+
 // ---- Messages ----
-
-std::optional<std::string> DeviceModel::nextMessage(Milliseconds now)
-{
-    advance(now);
-    return m_messages.next(now);
-}
-
-std::vector<std::string> DeviceModel::due(Milliseconds now)
-{
-    std::vector<std::string> messages;
-    while (auto message = nextMessage(now))
-        messages.push_back(std::move(*message));
-    return messages;
-}
-
-std::optional<Milliseconds> DeviceModel::nextDue() const
-{
-    const auto message = m_messages.nextDue();
-    if (!m_work)
-        return message;
-    return message ? std::min(*message, m_work->end) : m_work->end;
-}
 
 int DeviceModel::statusDigit() const
 {
     if (hasError())
         return 2;
-    if (m_work)
+    if (m_work || m_faults.isOn(FaultName::Busy))
         return 1;
     return m_payInOpen || !m_open ? 0 : 3;
 }
@@ -303,7 +378,7 @@ Amount DeviceModel::shownAmount() const
 
 Milliseconds DeviceModel::post(std::string message)
 {
-    return m_messages.post(std::move(message), m_settings.messageGap);
+    return m_messages.post(std::move(message), slowed(m_settings.messageGap));
 }
 
 Milliseconds DeviceModel::postStatus(char letter, Amount amount, const MessageTail& tail)
@@ -332,7 +407,7 @@ void DeviceModel::postRest(Amount rest)
 void DeviceModel::postParts(const std::vector<std::string>& messages)
 {
     for (const std::string& message : messages)
-        m_messages.post(message, &message == &messages.front() ? m_settings.messageGap : 0);
+        m_messages.post(message, &message == &messages.front() ? slowed(m_settings.messageGap) : 0);
 }
 
 void DeviceModel::postSession(const char* prefix, Amount amount)

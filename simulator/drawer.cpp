@@ -34,6 +34,12 @@ Drawer::Drawer(std::vector<Denomination> units) : m_units(std::move(units))
     newLevels();
 }
 
+Drawer::Drawer(std::vector<Denomination> units, const Books& books)
+    : m_units(std::move(units)), m_books(books)
+{
+    newLevels();
+}
+
 const Denomination* Drawer::find(Amount denomination) const
 {
     const auto found = std::find_if(m_units.begin(), m_units.end(),
@@ -121,6 +127,14 @@ void Drawer::setStuck(Amount denomination, int count)
     unit(denomination).stuck = count;
 }
 
+void Drawer::setUnit(const Denomination& changed)
+{
+    Denomination& old = unit(changed.value);
+    const int count = old.count;
+    old = changed;
+    old.count = count;
+}
+
 bool Drawer::balances() const
 {
     const bool nothingBelowZero =
@@ -148,6 +162,14 @@ std::vector<LevelReport> Drawer::levels()
 {
     m_reported.clear();
     return newLevels();
+}
+
+std::vector<LevelReport> Drawer::allFull() const
+{
+    std::vector<LevelReport> reports;
+    for (const Denomination& unit : m_units)
+        reports.push_back({unit.value, Level::High, unit.count});
+    return reports;
 }
 
 } // namespace simulator

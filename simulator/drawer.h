@@ -26,6 +26,7 @@ struct Books {
 class Drawer {
 public:
     explicit Drawer(std::vector<Denomination> units);
+    Drawer(std::vector<Denomination> units, const Books& books);
 
     /// Coins before notes, each ascending. A unit's number, as people count, is its place here, from 1.
     const std::vector<Denomination>& units() const { return m_units; }
@@ -51,6 +52,9 @@ public:
     void collect(Amount denomination);
     void setStuck(Amount denomination, int count);
 
+    /// All but the count.
+    void setUnit(const Denomination& unit);
+
     const Books& books() const { return m_books; }
 
     /// Start + paid in + replenished - paid out - collected is what lies here, and no unit holds less
@@ -62,6 +66,9 @@ public:
 
     /// All units that are low, empty or high.
     std::vector<LevelReport> levels();
+
+    /// All units, as if there was no room in any.
+    std::vector<LevelReport> allFull() const;
 
 private:
     struct Reported {

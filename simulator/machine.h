@@ -3,37 +3,20 @@
 // here may be called from any thread, but for sinks, which see below.
 #pragma once
 
-#include "simulator/settings.h"
+#include "simulator/control.h"
+#include "simulator/opening_codes.h"
 
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace simulator {
 
-/// Why an opening fails. Users hand the code on as a status of their own, so none is one of theirs.
-struct OpeningCode {
-    static constexpr int BAD_SETTINGS = 20;
-    static constexpr int OPEN_ALREADY = 21; // this process holds the link
-    static constexpr int NO_THREAD = 22;
-    static constexpr int NO_CALLBACK = 23;
-    static constexpr int TILL_THERE = 24; // another till is on the device
-    static constexpr int NO_ANSWER = 25;  // there is no device
-    static constexpr int REFUSED = 26;    // the device doesn't want to
-};
-
 struct Opening {
     int code; // 0 if the link is open
     std::string text;
-};
-
-/// Answer of the control interface: the HTTP status it stands for, and a JSON object.
-struct ControlResult {
-    int status; // 200 done; 400 wrong; 404 no such verb; 409 refused, "why" tells the reason
-    std::string body;
 };
 
 class Machine {
@@ -49,7 +32,7 @@ public:
     /// "stateFile": where money and faults are kept, so that they outlive the process; empty for nowhere.
     /// Throws std::runtime_error with a text for people that names the file, if the file is damaged or
     /// another machine uses it.
-    explicit Machine(Settings settings, std::string stateFile = {});
+    explicit Machine(Settings settings, const std::string& stateFile = {});
     ~Machine();
 
     // The link to the till.
@@ -68,6 +51,11 @@ public:
     /// it, at once. The device logs the till out, goes on with its work and keeps what was paid in.
     void close();
 
+    bool isOpen();
+
+    /// What a command gets while no link is open.
+    static std::string closedAnswer(std::string_view command);
+
     // Control.
 
     /// The machine as it is now, what GET /api/state answers.
@@ -82,14 +70,17 @@ public:
     void cancelWait(int number);
 
     /// The verbs, "wait" included.
-    static const std::vector<std::string>& verbs();
+    static const std::vector<std::string>& verbs() { return controlVerbs(); }
 
     /// From now on "sink" gets the events; the first one is the state as it is.
     int subscribe(EventSink sink);
     void unsubscribe(int number);
 
+    /// Ends the machine's thread. What would happen without anybody's doing then waits until somebody looks.
+    void stop();
+
     /// Runs "action" on the device itself.
-    void atDevice(const std::function<void(class DeviceModel& device, Milliseconds now)>& action);
+    void atDevice(const std::function<void(DeviceModel& device, Milliseconds now)>& action);
 
 private:
     class Running;

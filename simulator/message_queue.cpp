@@ -5,26 +5,37 @@
 
 namespace simulator {
 
-Milliseconds MessageQueue::post(std::string message, Milliseconds gap)
+Milliseconds MessageQueue::post(std::string text, Milliseconds gap)
 {
     const Milliseconds due = m_lastDue ? std::max(m_earliest, *m_lastDue + gap) : m_earliest;
-    m_messages.push_back({due, std::move(message)});
+    m_messages.push_back({due, std::move(text)});
     m_lastDue = due;
     return due;
 }
 
-std::optional<std::string> MessageQueue::next(Milliseconds now)
+std::optional<MessageQueue::Message> MessageQueue::next(Milliseconds now)
 {
     if (m_messages.empty() || m_messages.front().due > now)
         return std::nullopt;
-    std::string text = std::move(m_messages.front().text);
+    Message message = std::move(m_messages.front());
     m_messages.pop_front();
-    return text;
+    return message;
+}
+
+void MessageQueue::putBack(Message message)
+{
+    m_messages.push_front(std::move(message));
 }
 
 std::optional<Milliseconds> MessageQueue::nextDue() const
 {
     return m_messages.empty() ? std::nullopt : std::optional(m_messages.front().due);
+}
+
+void MessageQueue::clear()
+{
+    m_messages.clear();
+    m_lastDue.reset();
 }
 
 } // namespace simulator

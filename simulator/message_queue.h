@@ -9,26 +9,33 @@ namespace simulator {
 
 class MessageQueue {
 public:
+    struct Message {
+        Milliseconds due;
+        std::string text;
+        const char* change = nullptr; // what a fault did to it; such a one is spared by all others
+    };
+
     /// Messages posted from now on get there no earlier.
     void setEarliest(Milliseconds time) { m_earliest = time; }
 
     /// Behind all others, and at least "gap" after the last of them: whoever polls must not miss one for
     /// the next. Answers when it gets there.
-    Milliseconds post(std::string message, Milliseconds gap);
+    Milliseconds post(std::string text, Milliseconds gap);
 
     /// The next message that is due by "now"; empty if there is none.
-    std::optional<std::string> next(Milliseconds now);
+    std::optional<Message> next(Milliseconds now);
+
+    /// Puts a message ahead of all others, which wait behind it however late it is.
+    void putBack(Message message);
 
     std::optional<Milliseconds> nextDue() const;
 
     bool empty() const { return m_messages.empty(); }
 
-private:
-    struct Message {
-        Milliseconds due;
-        std::string text;
-    };
+    /// Loses all of them.
+    void clear();
 
+private:
     std::deque<Message> m_messages;
     Milliseconds m_earliest = 0;
     std::optional<Milliseconds> m_lastDue;

@@ -22,6 +22,8 @@ const char* errorWords(int code)
         return "coin path jammed";
     case 3:
         return "door open";
+    case 4:
+        return "cassette out";
     default:
         return "device fault";
     }
@@ -100,6 +102,13 @@ MessageTail levelTail(const LevelReport& report, const Settings& settings)
 MessageTail errorTail(int code)
 {
     return {1, code, "Device error: " + padded(code, 2) + " " + errorWords(code)};
+}
+
+MessageTail rejectedTail(bool longForm)
+{
+    if (longForm)
+        return {3, 9, "Note rejected"};
+    return {0, 0, "Tellarion note rejected"};
 }
 
 MessageTail restTail(Amount rest, const Settings& settings, bool longForm)

@@ -21,6 +21,7 @@ std::string majorUnits(Amount amount, int decimals);
 
 MessageTail levelTail(const LevelReport& report, const Settings& settings);
 MessageTail errorTail(int code);
+MessageTail rejectedTail(bool longForm);
 MessageTail restTail(Amount rest, const Settings& settings, bool longForm);
 
 /// "prefix" of five characters and the amount in eight digits.

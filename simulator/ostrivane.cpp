@@ -1,6 +1,6 @@
 #include "simulator/ostrivane.h"
 
-#include "simulator/link.h"
+#include "simulator/embedded_link.h"
 #include "simulator/tellarion_simulator.h"
 
 #include <algorithm>
@@ -15,7 +15,7 @@ namespace {
 
 using simulator::Amount;
 using simulator::DeviceModel;
-using simulator::Link;
+using simulator::EmbeddedLink;
 using simulator::Milliseconds;
 using simulator::Pieces;
 using simulator::Settings;
@@ -24,9 +24,9 @@ constexpr std::size_t INITIATE_ANSWER_SIZE = 64;
 constexpr std::size_t COMMAND_ANSWER_SIZE = 80;
 
 /// Lives to the end of the process: others may still close the link when statics here are gone.
-Link& theLink()
+EmbeddedLink& theLink()
 {
-    static Link& link = *new Link;
+    static EmbeddedLink& link = *new EmbeddedLink;
     return link;
 }
 
@@ -93,7 +93,7 @@ Configuration& theConfiguration()
     return configuration;
 }
 
-simulator::Opening openLink(Link::Callback callback)
+simulator::Opening openLink(int (*callback)(const char*))
 {
     Settings settings;
     try {
@@ -101,7 +101,10 @@ simulator::Opening openLink(Link::Callback callback)
     } catch (const std::exception& error) {
         return {simulator::OpeningCode::BAD_SETTINGS, error.what()};
     }
-    return theLink().open(callback, std::move(settings));
+    simulator::Machine::MessageSink sink;
+    if (callback != nullptr)
+        sink = [callback](const std::string& message) { callback(message.c_str()); };
+    return theLink().open(std::move(sink), std::move(settings));
 }
 
 void copyText(const std::string& text, char* buffer, std::size_t size)
@@ -129,13 +132,23 @@ std::string textOf(const Pieces& pieces, const DeviceModel& device)
     return list.text();
 }
 
-/// Hands out what "take" takes away from the device.
-int32_t takeAway(Pieces (DeviceModel::*take)(), char* text, int size)
+/// Runs "action" on the device. False if there is none.
+bool atDevice(const std::function<void(DeviceModel& device, Milliseconds now)>& action)
+{
+    const auto machine = theLink().machine();
+    if (machine)
+        machine->atDevice(action);
+    return machine != nullptr;
+}
+
+/// Hands out what was taken from the device.
+int32_t handOut(const std::function<Pieces(DeviceModel& device, Milliseconds now)>& take, char* text,
+                int size)
 {
     Amount amount = 0;
     std::string list;
-    theLink().atDevice([&](DeviceModel& device, Milliseconds) {
-        const Pieces pieces = (device.*take)();
+    atDevice([&](DeviceModel& device, Milliseconds now) {
+        const Pieces pieces = take(device, now);
         amount = simulator::valueOf(pieces);
         list = textOf(pieces, device);
     });
@@ -148,7 +161,7 @@ template <typename Question>
 int32_t ask(const Question& question)
 {
     Amount answer = 0;
-    theLink().atDevice(
+    atDevice(
         [&](DeviceModel& device, Milliseconds now) { answer = static_cast<Amount>(question(device, now)); });
     return static_cast<int32_t>(answer);
 }
@@ -178,7 +191,7 @@ void tl_002(const char* command, char* answer)
 
 void tl_loggedout(const char* /*text*/, char* answer)
 {
-    theLink().atDevice([](DeviceModel& device, Milliseconds) { device.loggedOut(); });
+    atDevice([](DeviceModel& device, Milliseconds) { device.loggedOut(); });
     copyText(std::string("b") + simulator::FIELD_SEPARATOR + "0Ok", answer, COMMAND_ANSWER_SIZE);
 }
 
@@ -197,7 +210,7 @@ int tlsim_last_error(char* text, int size)
 int32_t tlsim_insert(int32_t denomination, int32_t count)
 {
     return ask(
-        [&](DeviceModel& device, Milliseconds now) { return device.insert(denomination, count, now); });
+        [&](DeviceModel& device, Milliseconds now) { return device.insert(denomination, count, now).took; });
 }
 
 int32_t tlsim_drawer(char* text, int size)
@@ -218,12 +231,12 @@ int32_t tlsim_paid_in(void)
 
 int32_t tlsim_taken(char* text, int size)
 {
-    return takeAway(&DeviceModel::takePaidOut, text, size);
+    return handOut([](DeviceModel& device, Milliseconds now) { return device.takePaidOut(now); }, text, size);
 }
 
 int32_t tlsim_collected(char* text, int size)
 {
-    return takeAway(&DeviceModel::takeCollected, text, size);
+    return handOut([](DeviceModel& device, Milliseconds) { return device.takeCollected(); }, text, size);
 }
 
 int tlsim_balances(void)
@@ -240,25 +253,33 @@ int tlsim_fail(int code)
 {
     if (code < 1 || code > 99)
         return 1;
-    const bool done =
-        theLink().atDevice([&](DeviceModel& device, Milliseconds now) { device.fail(code, now); });
+    const bool done = atDevice([&](DeviceModel& device, Milliseconds now) { device.fail(code, now); });
     return done ? 0 : 1;
 }
 
 int tlsim_stick(int32_t denomination, int32_t count)
 {
     bool done = false;
-    theLink().atDevice(
-        [&](DeviceModel& device, Milliseconds) { done = device.setStuck(denomination, count); });
+    atDevice([&](DeviceModel& device, Milliseconds) { done = device.setStuck(denomination, count); });
     return done ? 0 : 1;
+}
+
+int tlsim_control(const char* verb, const char* json, char* text, int size)
+{
+    const auto machine = theLink().machine();
+    simulator::ControlResult result{503, R"({"why":"there is no device"})"};
+    if (machine && verb != nullptr)
+        result = std::string_view(verb) == "state" ? simulator::ControlResult{200, machine->state()}
+                                                   : machine->control(verb, json != nullptr ? json : "");
+    copyText(result.body, text, size);
+    return result.status;
 }
 
 int tlsim_inject(const char* message)
 {
     if (message == nullptr)
         return 1;
-    const bool done =
-        theLink().atDevice([&](DeviceModel& device, Milliseconds now) { device.inject(message, now); });
+    const bool done = atDevice([&](DeviceModel& device, Milliseconds now) { device.inject(message, now); });
     return done ? 0 : 1;
 }
 }

@@ -1,89 +1,13 @@
 #include "simulator/settings.h"
 
-#include <algorithm>
+#include "simulator/fault_text.h"
+#include "simulator/object_reader.h"
+
 #include <limits>
-#include <nlohmann/json.hpp>
-#include <set>
-#include <stdexcept>
 
 namespace simulator {
 
 namespace {
-
-using nlohmann::json;
-
-/// Reads the members of one JSON object and complains of those that nobody asked for.
-class ObjectReader {
-public:
-    ObjectReader(const json& object, std::string name) : m_object(object), m_name(std::move(name))
-    {
-        if (!object.is_object())
-            fail("must be an object");
-    }
-
-    void read(const char* key, bool& value)
-    {
-        if (const json* member = find(key)) {
-            if (!member->is_boolean())
-                fail(key, "must be true or false");
-            value = member->get<bool>();
-        }
-    }
-
-    void read(const char* key, std::string& value, std::size_t longest)
-    {
-        if (const json* member = find(key)) {
-            if (!member->is_string() || member->get<std::string>().size() > longest)
-                fail(key, "must be a text of at most " + std::to_string(longest) + " characters");
-            value = member->get<std::string>();
-        }
-    }
-
-    /// A text of the characters that "allows" allows.
-    void read(const char* key, std::string& value, std::size_t longest, bool (*allows)(char),
-              const char* characters)
-    {
-        read(key, value, longest);
-        if (!std::all_of(value.begin(), value.end(), allows))
-            fail(key, std::string("must be of ") + characters + " only");
-    }
-
-    template <typename Number>
-    void read(const char* key, Number& value, Amount least, Amount most)
-    {
-        if (const json* member = find(key)) {
-            if (!member->is_number_integer() || *member < least || *member > most)
-                fail(key, "must be a number from " + std::to_string(least) + " to " + std::to_string(most));
-            value = member->get<Number>();
-        }
-    }
-
-    const json* find(const char* key)
-    {
-        m_known.insert(key);
-        const auto member = m_object.find(key);
-        return member == m_object.end() ? nullptr : &*member;
-    }
-
-    void refuseUnknown() const
-    {
-        for (const auto& member : m_object.items())
-            if (!m_known.contains(member.key()))
-                fail(member.key(), "is no setting");
-    }
-
-    [[noreturn]] void fail(const std::string& key, const std::string& what) const
-    {
-        fail("\"" + key + "\" " + what);
-    }
-
-private:
-    [[noreturn]] void fail(const std::string& what) const { throw std::runtime_error(m_name + ": " + what); }
-
-    const json& m_object;
-    std::string m_name;
-    std::set<std::string> m_known;
-};
 
 constexpr std::size_t MOST_DENOMINATIONS = 32;
 
@@ -102,14 +26,13 @@ bool isLetter(char c)
     return isLowerCase(c) || isUpperCase(c);
 }
 
-Denomination parseDenomination(const json& object)
+Denomination parseDenomination(const json& object, Denomination denomination = {})
 {
-    Denomination denomination;
     ObjectReader reader(object, "drawer");
     reader.read("value", denomination.value, 1, LARGEST_AMOUNT);
     if (denomination.value == 0)
         reader.fail("value", "is missing");
-    std::string kind = "coin";
+    std::string kind = denomination.kind == CashKind::Coin ? "coin" : "note";
     reader.read("kind", kind, 4);
     if (kind != "coin" && kind != "note")
         reader.fail("kind", "must be \"coin\" or \"note\"");
@@ -169,10 +92,29 @@ std::map<char, char> parseRefusals(const json& object)
     return refusals;
 }
 
+std::vector<Fault> parseFaults(const json& list)
+{
+    if (!list.is_array())
+        throw std::runtime_error("faults: must be a list");
+    std::vector<Fault> faults;
+    for (const json& object : list)
+        faults.push_back(parseFault(object));
+    return faults;
+}
+
+/// What comes and goes between two looks of the library, it never sees, and every sale would time out.
+void raiseTimes(Settings& settings)
+{
+    settings.notes.clear();
+    if (settings.messageGap < LEAST_MESSAGE_GAP) {
+        settings.messageGap = LEAST_MESSAGE_GAP;
+        settings.notes.push_back("\"messageGap\" is raised to " + durationText(LEAST_MESSAGE_GAP) +
+                                 ", the least that the library can see");
+    }
+}
+
 void readSettings(Settings& settings, const json& object)
 {
-    constexpr int LONGEST_TIME = 600'000;
-
     ObjectReader reader(object, "settings");
     if (const json* drawer = reader.find("drawer"))
         settings.drawer = parseDrawer(*drawer);
@@ -187,9 +129,9 @@ void readSettings(Settings& settings, const json& object)
     reader.read("apiVersion", settings.apiVersion, 99);
     reader.read("commands", settings.commands, 26, &isUpperCase, "upper-case letters");
     reader.read("partSize", settings.partSize, 1, 10'000);
-    reader.read("answerDelay", settings.answerDelay, 0, LONGEST_TIME);
-    reader.read("messageGap", settings.messageGap, 0, LONGEST_TIME);
-    reader.read("payOutTime", settings.payOutTime, 0, LONGEST_TIME);
+    reader.readTime("answerDelay", settings.answerDelay);
+    reader.readTime("messageGap", settings.messageGap);
+    reader.readTime("payOutTime", settings.payOutTime);
     reader.read("payInAfterLogin", settings.payInAfterLogin);
     reader.read("loginOpens", settings.loginOpens);
     reader.read("loginClearsError", settings.loginClearsError);
@@ -199,7 +141,10 @@ void readSettings(Settings& settings, const json& object)
     reader.read("silent", settings.silent, 26, &isLowerCase, "lower-case letters");
     reader.read("busyInCall", settings.busyInCall);
     reader.read("openCode", settings.openCode, 0, std::numeric_limits<std::int16_t>::max());
+    if (const json* faults = reader.find("faults"))
+        settings.faults = parseFaults(*faults);
     reader.refuseUnknown();
+    raiseTimes(settings);
 }
 
 } // namespace
@@ -236,15 +181,39 @@ std::vector<Denomination> Settings::defaultDrawer()
 
 Settings parseSettings(std::string_view text)
 {
+    return changedSettings({}, text);
+}
+
+Settings changedSettings(const Settings& settings, std::string_view text)
+{
     json object;
     try {
         object = json::parse(text);
     } catch (const json::exception& error) {
         throw std::runtime_error(std::string("settings: not JSON: ") + error.what());
     }
-    Settings settings;
-    readSettings(settings, object);
-    return settings;
+    Settings changed = settings;
+    readSettings(changed, object);
+    return changed;
+}
+
+std::vector<Denomination> changedUnits(const std::vector<Denomination>& units, std::string_view text)
+{
+    const json list = json::parse(text);
+    if (!list.is_array())
+        throw std::runtime_error("drawer: must be a list of denominations");
+    std::vector<Denomination> changed;
+    for (const json& object : list) {
+        const Denomination named = parseDenomination(object);
+        const auto unit = std::find_if(units.begin(), units.end(),
+                                       [&](const Denomination& each) { return each.value == named.value; });
+        if (unit == units.end())
+            throw std::runtime_error("drawer: there is no " + std::to_string(named.value));
+        changed.push_back(parseDenomination(object, *unit));
+        if (changed.back().count != unit->count || changed.back().kind != unit->kind)
+            throw std::runtime_error("drawer: pieces come and go by insert, refill and take only");
+    }
+    return changed;
 }
 
 } // namespace simulator

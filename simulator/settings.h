@@ -2,6 +2,7 @@
 #pragma once
 
 #include "simulator/cash.h"
+#include "simulator/faults.h"
 
 #include <map>
 #include <string>
@@ -9,9 +10,6 @@
 #include <vector>
 
 namespace simulator {
-
-/// Virtual or real time in milliseconds, from any starting point.
-using Milliseconds = std::int64_t;
 
 /// The most that one unit holds. Making change takes time and memory by it.
 constexpr int MOST_PIECES = 100'000;
@@ -53,10 +51,23 @@ struct Settings {
     bool busyInCall = false;     // true: a command that makes it busy returns when the message has told so
     int openCode = 0;            // what opening the link answers; other than 0 it stays closed
 
+    std::vector<Fault> faults;      // that the device starts with
+    std::vector<std::string> notes; // what was set otherwise than asked for, in words
+
     static std::vector<Denomination> defaultDrawer();
 };
 
+/// The least "messageGap": the library looks at the device's state every 10 ms, when the system lets it.
+constexpr Milliseconds LEAST_MESSAGE_GAP = 20;
+
 /// Throws std::runtime_error with a text for people to read.
 Settings parseSettings(std::string_view json);
+
+/// The settings with those changed that the text names. Throws likewise.
+Settings changedSettings(const Settings& settings, std::string_view json);
+
+/// Those of "units" that the JSON list names, with what it changes of them. Counts can't be changed, and
+/// denominations neither come nor go. Throws likewise.
+std::vector<Denomination> changedUnits(const std::vector<Denomination>& units, std::string_view json);
 
 } // namespace simulator

@@ -63,6 +63,12 @@ int tlsim_stick(int32_t denomination, int32_t count);
  * 1 if there is no device or no text. */
 int tlsim_inject(const char* message);
 
+/* Everything else that can be done at the device. verb: "state", "insert", "take", "fault", "repair",
+ * "power", "set", "refill", "stick" or "reset"; json: its arguments, as the README tells them, null for none.
+ * The answer is 200 done, 400 wrong, 404 no such verb, 409 refused, 503 no device; "text" gets a JSON object
+ * that tells more, or in "why" the reason. */
+int tlsim_control(const char* verb, const char* json, char* text, int size);
+
 #ifdef __cplusplus
 }
 #endif

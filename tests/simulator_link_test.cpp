@@ -1,5 +1,5 @@
 // The link to the simulated device on its own thread and by the real clock.
-#include "simulator/link.h"
+#include "simulator/embedded_link.h"
 
 #include <algorithm>
 #include <atomic>
@@ -18,14 +18,13 @@ protected:
     SimulatorLink() { listener = this; }
     ~SimulatorLink() override { link.close(); }
 
-    static int hear(const char* message)
+    static void hear(const std::string& message)
     {
         EXPECT_EQ(1, ++listener->callbacks);
         listener->reaction(message);
         listener->messages.push_back(message);
         --listener->callbacks;
         ++listener->heard;
-        return 1;
     }
 
     int open() { return link.open(&hear, {}).code; }
@@ -45,12 +44,13 @@ protected:
 
     void inject(const std::string& message)
     {
-        link.atDevice([&](DeviceModel& device, Milliseconds now) { device.inject(message, now); });
+        link.machine()->atDevice([&](DeviceModel& device, Milliseconds now) { device.inject(message, now); });
     }
 
     void insert(Amount denomination)
     {
-        link.atDevice([&](DeviceModel& device, Milliseconds now) { device.insert(denomination, 1, now); });
+        link.machine()->atDevice(
+            [&](DeviceModel& device, Milliseconds now) { device.insert(denomination, 1, now); });
     }
 
     inline static SimulatorLink* listener = nullptr;
@@ -58,7 +58,7 @@ protected:
     std::atomic<int> callbacks = 0; // that run now
     std::atomic<int> heard = 0;
     Texts messages; // the callback's until enough were heard or the link is closed
-    Link link;
+    EmbeddedLink link;
 };
 
 } // namespace
@@ -125,7 +125,8 @@ TEST_F(SimulatorLink, EachOpeningStartsAFreshDevice)
         insert(100);
         link.close();
         insert(100);
-        link.atDevice([](const DeviceModel& device, Milliseconds) { EXPECT_EQ(100, device.paidIn()); });
+        link.machine()->atDevice(
+            [](const DeviceModel& device, Milliseconds) { EXPECT_EQ(100, device.paidIn()); });
     }
     stop = true;
     other.join();

@@ -28,7 +28,7 @@ struct LoggedInDevice {
     char send(std::string text)
     {
         std::replace(text.begin(), text.end(), '|', FIELD_SEPARATOR);
-        const std::string answer = device.command(text, now);
+        const std::string answer = device.command(text, now).text;
         EXPECT_EQ(text.substr(0, 1) + FIELD_SEPARATOR, answer.substr(0, 2));
         return answer.at(2);
     }
@@ -53,7 +53,7 @@ struct LoggedInDevice {
         return pass(3000);
     }
 
-    Amount insert(Amount denomination, int count = 1) { return device.insert(denomination, count, now); }
+    Amount insert(Amount denomination, int count = 1) { return device.insert(denomination, count, now).took; }
 
     DeviceModel device;
     Milliseconds now = 1000;
@@ -149,7 +149,7 @@ TEST(SimulatorModel, MoneyAddsUpWhateverHappens)
                 machine.device.fail(below(99) + 1, machine.now);
             machine.send(commands[random() % std::size(commands)]);
             machine.pass(below(3) == 0 ? below(1000) : below(100));
-            out += valueOf(machine.device.takePaidOut()) + valueOf(machine.device.takeCollected());
+            out += valueOf(machine.device.takePaidOut(machine.now)) + valueOf(machine.device.takeCollected());
             ASSERT_TRUE(machine.device.balances()) << "step " << step;
             ASSERT_EQ(start + in - out, machine.device.drawer().value()) << "step " << step;
         }

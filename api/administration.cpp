@@ -8,16 +8,16 @@
 
 namespace {
 
-using CountOperation = std::int16_t (CTLLogics::*)(std::vector<CashCountRecord>& coins,
-                                                   std::vector<CashCountRecord>& notes, std::string& message);
+using CountMethod = std::int16_t (CTLLogics::*)(std::vector<CashCountRecord>& coins,
+                                                std::vector<CashCountRecord>& notes, std::string& message);
 
-std::int16_t countCall(const char* name, CountOperation operation, const RecordList& coins,
-                       const RecordList& notes, char* message)
+std::int16_t countCall(const char* name, CountMethod method, const RecordList& coins, const RecordList& notes,
+                       char* message)
 {
     return Call(name, pieces(name, "(message)"), message).initiated().run([&](std::string& text) {
         std::vector<CashCountRecord> coinRecords;
         std::vector<CashCountRecord> noteRecords;
-        const std::int16_t result = (g_logic.*operation)(coinRecords, noteRecords, text);
+        const std::int16_t result = (g_logic.*method)(coinRecords, noteRecords, text);
         if (result == TL_STATUS_OK) {
             coins.handOut(coinRecords);
             notes.handOut(noteRecords);

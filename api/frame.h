@@ -97,16 +97,16 @@ public:
 
     bool accepted() const { return !m_refusal.has_value(); }
 
-    /// Runs the operation if all tests passed, hands its message out and logs how it ended. The last two
+    /// Runs the method if all tests passed, hands its message out and logs how it ended. The last two
     /// tell what the line says behind "Returning <code>".
-    template <typename Operation, typename OnFailure, typename OnSuccess>
-    std::int16_t run(const Operation& operation, const OnFailure& onFailure, const OnSuccess& onSuccess)
+    template <typename Method, typename OnFailure, typename OnSuccess>
+    std::int16_t run(const Method& method, const OnFailure& onFailure, const OnSuccess& onSuccess)
     {
         if (m_refusal)
             return *m_refusal;
         try {
             std::string message;
-            const std::int16_t result = operation(message);
+            const std::int16_t result = method(message);
             handOut(message, m_pMessage);
             if (result != TL_STATUS_OK)
                 logLineTwice(pieces(m_sName, ": Failed! Returning ", result, ": ", onFailure(message)),
@@ -120,16 +120,16 @@ public:
         }
     }
 
-    template <typename Operation, typename OnFailure>
-    std::int16_t run(const Operation& operation, const OnFailure& onFailure)
+    template <typename Method, typename OnFailure>
+    std::int16_t run(const Method& method, const OnFailure& onFailure)
     {
-        return run(operation, onFailure, justTheMessage);
+        return run(method, onFailure, justTheMessage);
     }
 
-    template <typename Operation>
-    std::int16_t run(const Operation& operation)
+    template <typename Method>
+    std::int16_t run(const Method& method)
     {
-        return run(operation, justTheMessage, justTheMessage);
+        return run(method, justTheMessage, justTheMessage);
     }
 
 private:

@@ -5,13 +5,13 @@
 
 namespace {
 
-/// The operation of an export that has no other parameters.
-using PlainOperation = std::int16_t (CTLLogics::*)(std::string& message);
+/// The method of an export that has no other parameters.
+using PlainMethod = std::int16_t (CTLLogics::*)(std::string& message);
 
-std::int16_t plainCall(const char* name, PlainOperation operation, char* message)
+std::int16_t plainCall(const char* name, PlainMethod method, char* message)
 {
     return Call(name, pieces(name, "(message)"), message).initiated().run([&](std::string& text) {
-        return (g_logic.*operation)(text);
+        return (g_logic.*method)(text);
     });
 }
 

@@ -43,27 +43,25 @@ CTLSettings::CTLSettings()
         at(row).current.number = row.defaultValue;
 }
 
-const CTLSettings::Value* CTLSettings::current(int number, SettingType type) const
+const CTLSettings::Value* CTLSettings::current(SettingNumber number, SettingType type) const
 {
-    if (number < 0 || number >= SETTING_COUNT)
-        return nullptr;
     const auto index = static_cast<std::size_t>(number);
     return settingsTable()[index].type == type ? &m_settings[index].current : nullptr;
 }
 
-std::int32_t CTLSettings::getIntSetting(int number) const
+std::int32_t CTLSettings::getIntSetting(SettingNumber number) const
 {
     const Value* const value = current(number, SettingType::Integer);
     return value == nullptr ? 0 : value->number;
 }
 
-bool CTLSettings::getBoolSetting(int number) const
+bool CTLSettings::getBoolSetting(SettingNumber number) const
 {
     const Value* const value = current(number, SettingType::Boolean);
     return value != nullptr && value->number != 0;
 }
 
-std::string CTLSettings::getStringSetting(int number) const
+std::string CTLSettings::getStringSetting(SettingNumber number) const
 {
     const Value* const value = current(number, SettingType::Text);
     return value == nullptr ? "" : value->text;
@@ -148,8 +146,8 @@ void CTLSettings::RestoreSettings()
         if (!setting.changed)
             continue;
         setting.current = setting.previous;
-        // On purpose: PayOutOkCheck clears the flag of RegretOkCheck, which is then not restored, and keeps
-        // its own until a change for good.
+        // PayOutOkCheck clears the flag of RegretOkCheck, which is then not restored, and keeps its own until
+        // a change for good: applications have got used to what their settings are after a payment.
         Setting& cleared =
             row.number == PayOutOkCheck ? m_settings[static_cast<std::size_t>(RegretOkCheck)] : setting;
         cleared.changed = false;

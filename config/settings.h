@@ -63,9 +63,9 @@ public:
     CTLSettings();
 
     /// 0, false or an empty text for a number of another type.
-    std::int32_t getIntSetting(int number) const;
-    bool getBoolSetting(int number) const;
-    std::string getStringSetting(int number) const;
+    std::int32_t getIntSetting(SettingNumber number) const;
+    bool getBoolSetting(SettingNumber number) const;
+    std::string getStringSetting(SettingNumber number) const;
 
     std::int16_t getDurationType() const { return m_nDurationType; }
 
@@ -94,7 +94,7 @@ private:
 
     Setting& at(const SettingRow& row) { return m_settings[static_cast<std::size_t>(row.number)]; }
     /// Null for a number of another type.
-    const Value* current(int number, SettingType type) const;
+    const Value* current(SettingNumber number, SettingType type) const;
 
     std::int16_t m_nDurationType = DURATION_PERMANENT;
     std::array<Setting, SETTING_COUNT> m_settings;

@@ -45,43 +45,33 @@ std::int16_t COstrivane::send(const std::string& command, std::string& message)
     return my_tl_002(command, answer, message);
 }
 
-/// Logs the whole exchange.
-std::int16_t COstrivane::sendLoudly(const char* method, const std::string& command, std::string& message)
+/// Sends, and logs the exchange if it failed or is always to be logged.
+std::int16_t COstrivane::sendAndLog(LogExchange when, const char* method, const std::string& command,
+                                    std::string& message)
 {
-    logDebug(pieces("COstrivane::", method, ": Calling my_tl_002"));
+    if (when == LogExchange::Always)
+        logDebug(pieces("COstrivane::", method, ": Calling my_tl_002"));
     std::string answer;
     const std::int16_t result = my_tl_002(command, answer, message);
-    logDebug(pieces("COstrivane::", method, ": sent command: ", command));
-    logDebug(pieces("COstrivane::", method, ": return value: ", result, ", message: ", message));
-    logDebug(pieces("COstrivane::", method, ": received ans: ", answer));
-    if (result != TL_STATUS_OK)
-        logDebug(pieces("COstrivane::", method, ": the ", method, " command failed"));
-    return result;
-}
-
-/// Logs the exchange if it failed.
-std::int16_t COstrivane::sendLoudlyOnFailure(const char* method, const std::string& command,
-                                             std::string& message)
-{
-    std::string answer;
-    const std::int16_t result = my_tl_002(command, answer, message);
-    if (result != TL_STATUS_OK) {
+    const bool failed = result != TL_STATUS_OK;
+    if (failed || when == LogExchange::Always) {
         logDebug(pieces("COstrivane::", method, ": sent command: ", command));
         logDebug(pieces("COstrivane::", method, ": return value: ", result, ", message: ", message));
         logDebug(pieces("COstrivane::", method, ": received ans: ", answer));
-        logDebug(pieces("COstrivane::", method, ": the ", method, " command failed"));
     }
+    if (failed)
+        logDebug(pieces("COstrivane::", method, ": the ", method, " command failed"));
     return result;
 }
 
 std::int16_t COstrivane::queryCommandSet(const char* stamp, std::string& message)
 {
-    return sendLoudly("queryCommandSet", compose('x', FS, stamp), message);
+    return sendAndLog(LogExchange::Always, "queryCommandSet", compose('x', FS, stamp), message);
 }
 
 std::int16_t COstrivane::versionTL(std::string& message)
 {
-    return sendLoudly("versionTL", compose('v', FS), message);
+    return sendAndLog(LogExchange::Always, "versionTL", compose('v', FS), message);
 }
 
 std::int16_t COstrivane::login(std::int32_t number, std::int32_t digits, std::string& message)
@@ -127,12 +117,12 @@ std::int16_t COstrivane::loggedOut(std::string& message)
 
 std::int16_t COstrivane::enablePayin(std::string& message)
 {
-    return sendLoudlyOnFailure("enablePayin", "h", message);
+    return sendAndLog(LogExchange::OnFailure, "enablePayin", "h", message);
 }
 
 std::int16_t COstrivane::disablePayin(std::string& message)
 {
-    return sendLoudlyOnFailure("disablePayin", "g", message);
+    return sendAndLog(LogExchange::OnFailure, "disablePayin", "g", message);
 }
 
 std::int16_t COstrivane::dispense(std::int32_t amountDispense, const std::string& transactionId,

@@ -169,7 +169,7 @@ std::int16_t COstrivane::freeTheComLibrary(std::string& message)
     if (m_hLibrary == nullptr)
         return failed(message, "Handle to library is null");
     logDebug("2");
-    // One reference stays behind on purpose: a callback that returns late still finds its code.
+    // One reference stays behind, so that a callback that returns late still finds its code.
     const platform::Module again = platform::loadModule(LIBRARY);
     logDebug("3");
     if (!platform::freeModule(again)) {

@@ -80,8 +80,9 @@ private:
     std::int16_t my_tl_dini(std::string& message);
     std::int16_t my_tl_002(const std::string& command, std::string& answer, std::string& message);
     std::int16_t send(const std::string& command, std::string& message);
-    std::int16_t sendLoudly(const char* method, const std::string& command, std::string& message);
-    std::int16_t sendLoudlyOnFailure(const char* method, const std::string& command, std::string& message);
+    enum class LogExchange { OnFailure, Always };
+    std::int16_t sendAndLog(LogExchange when, const char* method, const std::string& command,
+                            std::string& message);
     void unbind();
 
     std::atomic<platform::Module> m_hLibrary = nullptr; // null while nothing is loaded

@@ -54,9 +54,9 @@ struct AgeMark {
     int current;
 };
 
-AgeMark ageMark(int fileIndex, const platform::LocalTime& now)
+AgeMark ageMark(LogFile file, const platform::LocalTime& now)
 {
-    if (fileIndex == LOG_FILE_ERROR)
+    if (file == LOG_FILE_ERROR)
         return {"%9d", std::atoi(formatted(now, "%Y").c_str())};
     return {"w%9d", std::atoi(formatted(now, "%W").c_str())};
 }
@@ -96,27 +96,26 @@ void appendText(std::string& line, const void* text)
     line += *static_cast<const std::string_view*>(text);
 }
 
-/// The mark of a kind, or null if the kind is unknown or its gate is shut.
+/// How a kind is marked, and the setting that can silence it, if any.
+struct KindOfLine {
+    const char* mark;
+    const std::atomic<bool>* gate;
+};
+
+constexpr std::array<KindOfLine, LOG_NOTE + 1> KINDS{{{"=>", &g_bLogCRToCAPI},
+                                                      {"<=", &g_bLogCAPIToCR},
+                                                      {"->", &g_bLogCAPIToCom},
+                                                      {"<-", &g_bLogComToCAPI},
+                                                      {"==", &g_bLogDebug},
+                                                      {"!!", nullptr},
+                                                      {"!!", nullptr},
+                                                      {"##", nullptr}}};
+
+/// The mark of a kind, or null if its gate is shut.
 const char* openMark(LogKind kind)
 {
-    switch (kind) {
-    case LOG_APP_IN:
-        return g_bLogCRToCAPI ? "=>" : nullptr;
-    case LOG_APP_OUT:
-        return g_bLogCAPIToCR ? "<=" : nullptr;
-    case LOG_DEVICE_OUT:
-        return g_bLogCAPIToCom ? "->" : nullptr;
-    case LOG_DEVICE_IN:
-        return g_bLogComToCAPI ? "<-" : nullptr;
-    case LOG_DEBUG:
-        return g_bLogDebug ? "==" : nullptr;
-    case LOG_ERROR:
-    case LOG_FAILURE:
-        return "!!";
-    case LOG_NOTE:
-        return "##";
-    }
-    return nullptr;
+    const auto& [mark, gate] = KINDS[static_cast<std::size_t>(kind)];
+    return gate == nullptr || *gate ? mark : nullptr;
 }
 
 /// Holds the log for one line.
@@ -190,7 +189,7 @@ void CLogFiles::openFiles(const platform::LocalTime& now)
     }
     // Only now that all are open.
     for (std::size_t i = 0; i < m_files.size(); ++i)
-        emptyIfOld(m_files[i], paths[i], ageMark(static_cast<int>(i), now));
+        emptyIfOld(m_files[i], paths[i], ageMark(static_cast<LogFile>(i), now));
 }
 
 /// The texts of a second are made once: making them costs more than all the rest of a line.

@@ -52,7 +52,7 @@ bool mayMoveState(std::int32_t state)
     return g_nLastCallbackStatus == DEVICE_ERROR && (last == COMMAND_LOGIN || last == COMMAND_RESET);
 }
 
-void stepOfA(DeviceMessage& message)
+void storeStatus(DeviceMessage& message)
 {
     const bool open = isOpen(message);
     g_bDeviceOpen = open;
@@ -80,7 +80,7 @@ void stepOfA(DeviceMessage& message)
 }
 
 /// True if amount, status or mode changed.
-bool stepOfB(const DeviceMessage& message)
+bool storeEvent(const DeviceMessage& message)
 {
     g_bDeviceOpen = isOpen(message);
     if (message.amountOrRest == g_nAmountPaidIn && message.nStatus == g_nLastCallbackStatus &&
@@ -92,7 +92,7 @@ bool stepOfB(const DeviceMessage& message)
     return true;
 }
 
-void stepOfC(const DeviceMessage& message)
+void storeAskAnswer(const DeviceMessage& message)
 {
     g_bDeviceOpen = isOpen(message);
     g_nAskPayoutRest = message.amountOrRest;
@@ -100,7 +100,7 @@ void stepOfC(const DeviceMessage& message)
     g_nLastCallbackMode = message.nMode;
 }
 
-void stepOfX(const DeviceMessage& message)
+void storeCommandSet(const DeviceMessage& message)
 {
     g_nApiVersionKind = 0; // the "v" answer tells it again
     const std::string& text = message.strMessage;
@@ -112,7 +112,7 @@ void stepOfX(const DeviceMessage& message)
     g_sSupportedCommands.set(commands);
 }
 
-void stepOfV(const DeviceMessage& message)
+void storeVersion(const DeviceMessage& message)
 {
     const std::string& text = message.strMessage;
     if (text.size() < 3)
@@ -130,7 +130,7 @@ bool refusePart(const std::string& raw)
 }
 
 /// False if the count could not be read.
-bool stepOfJ(const std::string& raw)
+bool joinCount(const std::string& raw)
 {
     logDebug(pieces("ctllogics.callbackfunc: J command=", raw));
     const std::string_view payload = std::string_view(raw).substr(1);
@@ -156,7 +156,7 @@ bool stepOfJ(const std::string& raw)
 }
 
 /// False if the answer is too long.
-bool stepOfE(const std::string& raw)
+bool joinAdministration(const std::string& raw)
 {
     logDebug(pieces("ctllogics.callbackfunc: E command=", raw));
     const auto pile = g_sEParts.append(raw, "|", MOST_OF_PARTS);
@@ -173,7 +173,7 @@ bool stepOfE(const std::string& raw)
     return true;
 }
 
-void stepOfUnknown(const std::string& raw, const DeviceMessage& message)
+void storeUnknown(const std::string& raw, const DeviceMessage& message)
 {
     g_nLastCallbackStatus = DEVICE_ERROR;
     g_nLastCallbackMode = message.nMode;
@@ -194,7 +194,7 @@ bool logRawMessage(const std::string& raw)
 }
 
 /// The event of a "b" depends on what its text is about.
-void forwardB(const DeviceMessage& message, std::int32_t previousStatus)
+void forwardEvent(const DeviceMessage& message, std::int32_t previousStatus)
 {
     const std::int32_t code = message.nMessageKind == 0 ? 0 : message.nMessageCode;
     if (message.nStatus == DEVICE_ERROR && previousStatus != DEVICE_ERROR)
@@ -217,7 +217,7 @@ void forward(const std::string& raw, const DeviceMessage& message, std::int32_t 
             sendStatusEvent(message.amountOrRest, message.nStatus, message.nMode);
         break;
     case 'b':
-        forwardB(message, previousStatus);
+        forwardEvent(message, previousStatus);
         break;
     case 'c':
         if (message.nStatus == DEVICE_BUSY) {
@@ -231,7 +231,7 @@ void forward(const std::string& raw, const DeviceMessage& message, std::int32_t 
 }
 
 /// Writes what the message says into the shared state. False if it goes no further.
-bool takeIn(const std::string& raw, DeviceMessage& message)
+bool storeMessage(const std::string& raw, DeviceMessage& message)
 {
     // The name first, then the fields; waits see the name with the last of them.
     g_sLastCallbackType.begin(message.strCmd);
@@ -239,28 +239,28 @@ bool takeIn(const std::string& raw, DeviceMessage& message)
     bool goesOn = true;
     switch (message.strCmd.front()) {
     case 'a':
-        stepOfA(message);
+        storeStatus(message);
         break;
     case 'b':
-        changedHead = stepOfB(message);
+        changedHead = storeEvent(message);
         break;
     case 'c':
-        stepOfC(message);
+        storeAskAnswer(message);
         break;
     case 'x':
-        stepOfX(message);
+        storeCommandSet(message);
         break;
     case 'v':
-        stepOfV(message);
+        storeVersion(message);
         break;
     case 'j':
-        goesOn = stepOfJ(raw);
+        goesOn = joinCount(raw);
         break;
     case 'e':
-        goesOn = stepOfE(raw);
+        goesOn = joinAdministration(raw);
         break;
     default:
-        stepOfUnknown(raw, message);
+        storeUnknown(raw, message);
         break;
     }
     g_sLastCallbackType.publish();
@@ -281,7 +281,7 @@ try {
     DeviceMessage fields;
     if (formatCallbackArg(raw, fields) != TL_STATUS_OK)
         failMessage(raw, "ctllogics.callbackfunc: Error in format of received callback");
-    else if (takeIn(raw, fields))
+    else if (storeMessage(raw, fields))
         forward(raw, fields, previousStatus);
     return 1;
 } catch (...) {

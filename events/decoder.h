@@ -10,8 +10,8 @@ struct DeviceMessage {
     std::int32_t amountOrRest = 0; // in the smallest unit
     std::int32_t nStatus = 0;      // DeviceStatus
     std::int32_t nMode = 0;        // DeviceMode
-    std::int32_t nMessageKind = 0; // long form: 0 no code is given, 3 an information message
-    std::int32_t nMessageCode = 0; // long form
+    std::int32_t nMessageKind = 0; // of the long forms: 0 no code is given, 3 an information message
+    std::int32_t nMessageCode = 0; // of the long forms
     std::string strMessage;        // the text behind the fixed head, or behind the letter
 };
 

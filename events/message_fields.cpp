@@ -17,7 +17,7 @@ constexpr std::size_t AMOUNT_WIDTH = 8;
 constexpr std::size_t STATUS_AT = 9;
 constexpr std::size_t MODE_AT = 10;
 constexpr std::size_t HEAD_LENGTH = 11;
-// The long form's tail.
+// What stands behind the head if the device has the long forms.
 constexpr std::size_t KIND_AT = 11;
 constexpr std::size_t CODE_AT = 12;
 constexpr std::size_t CODE_WIDTH = 4;
@@ -38,7 +38,7 @@ std::int16_t readAmount(const std::string& whole, std::int32_t& amount)
     const std::string field = whole.substr(AMOUNT_AT, AMOUNT_WIDTH);
     amount = field == "00000000" ? 0 : leadingNumber(field);
     if (amount == 0 && field != "00000000") {
-        // On purpose twice to the logic file, and not to the error file.
+        // Twice to the logic file and not to the error file: log readers know it so.
         logLineTwice("formatCallbackArg: amountOrRest atoi-conversion failed", LOG_ERROR, LOG_FILE_LOGIC,
                      LOG_FILE_LOGIC);
         return TL_STATUS_ERROR;

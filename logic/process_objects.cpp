@@ -37,11 +37,11 @@ CashCountResult g_cashCountResult;
 // Events
 RegisteredWindow g_hwndMessageTo;
 const WindowMessages g_windowMessages{
-    platform::registerWindowMessage(TL_MESSAGE_NAME_CASHLEVEL),
-    platform::registerWindowMessage(TL_MESSAGE_NAME_CASHSESSION),
-    platform::registerWindowMessage(TL_MESSAGE_NAME_ERROR),
-    platform::registerWindowMessage(TL_MESSAGE_NAME_INFORMATION),
-    platform::registerWindowMessage(TL_MESSAGE_NAME_STATUS),
+    platform::registerWindowMessage(TL_MESSAGE_NAME_CASHLEVEL, TL_MESSAGE_CASHLEVEL),
+    platform::registerWindowMessage(TL_MESSAGE_NAME_CASHSESSION, TL_MESSAGE_CASHSESSION),
+    platform::registerWindowMessage(TL_MESSAGE_NAME_ERROR, TL_MESSAGE_ERROR),
+    platform::registerWindowMessage(TL_MESSAGE_NAME_INFORMATION, TL_MESSAGE_INFORMATION),
+    platform::registerWindowMessage(TL_MESSAGE_NAME_STATUS, TL_MESSAGE_STATUS),
 };
 EventQueue errorQueue("ctllogics.pushToErrorQueue: Error: Max number of errors pushed to queue",
                       "ctllogics.pushToErrorQueue: Empty error text (dont save)",

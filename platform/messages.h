@@ -5,9 +5,8 @@
 
 namespace platform {
 
-/// The number of a registered message: system-wide on Windows, fixed from 0xC000 on elsewhere. 0 if
-/// there is none.
-std::uint32_t registerWindowMessage(const char* name);
+/// The number of a registered message: by its name and system-wide on Windows, "fixedNumber" elsewhere.
+std::uint32_t registerWindowMessage(const char* name, std::uint32_t fixedNumber);
 
 /// Where an application wants its messages. POSIX: the handle is a socket's descriptor, of which a duplicate
 /// is kept, so that nobody else's file gets the messages once the application has closed its own. What can't

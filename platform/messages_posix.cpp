@@ -4,8 +4,6 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <cstring>
-
 namespace platform {
 
 namespace {
@@ -18,25 +16,11 @@ struct Record {
 };
 static_assert(sizeof(Record) == 24);
 
-// In alphabetical order; a message's number is its place. Applications may have the numbers
-// compiled in: a new name would have to go last.
-constexpr const char* MESSAGE_NAMES[] = {
-    "WM_TL_CALLBACK_CASHLEVEL",   "WM_TL_CALLBACK_CASHSESSION", "WM_TL_CALLBACK_ERROR",
-    "WM_TL_CALLBACK_INFORMATION", "WM_TL_CALLBACK_STATUS",
-};
-constexpr std::uint32_t FIRST_MESSAGE = 0xC000;
-
 } // namespace
 
-std::uint32_t registerWindowMessage(const char* name)
+std::uint32_t registerWindowMessage(const char* /*name*/, std::uint32_t fixedNumber)
 {
-    std::uint32_t number = FIRST_MESSAGE;
-    for (const char* known : MESSAGE_NAMES) {
-        if (std::strcmp(known, name) == 0)
-            return number;
-        ++number;
-    }
-    return 0;
+    return fixedNumber;
 }
 
 Window::Window(void* handle)

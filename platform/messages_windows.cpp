@@ -4,7 +4,7 @@
 
 namespace platform {
 
-std::uint32_t registerWindowMessage(const char* name)
+std::uint32_t registerWindowMessage(const char* name, std::uint32_t /*fixedNumber*/)
 {
     return RegisterWindowMessageA(name);
 }

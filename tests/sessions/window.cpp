@@ -17,7 +17,7 @@ std::vector<std::string>& names()
 
 } // namespace
 
-std::uint32_t platform::registerWindowMessage(const char* name)
+std::uint32_t platform::registerWindowMessage(const char* name, std::uint32_t /*fixedNumber*/)
 {
     names().push_back(name);
     return static_cast<std::uint32_t>(names().size());

@@ -42,8 +42,8 @@ enum DeviceMode : std::int32_t {
     MODE_ADMINISTRATION = 3
 };
 
-/// Kind 1 of g_nApiVersionKind, a device with the long forms: it takes the login text whole, and its messages
-/// have a kind and a code before their text. It is also the device that takes some commands despite an error.
+/// Version kind 1, devices of the newer kind. They have the long forms: they take the login text whole, and
+/// their messages have a kind and a code before the text. They also take some commands despite an error.
 constexpr std::int32_t API_VERSION_KIND_LONG = 1;
 
 /// m_nCommandLevel of a device with the extended command set.

@@ -30,7 +30,7 @@ void switchMode(Session& session, std::int16_t type, int mode)
 {
     session.call(fmt::format("adminModeTL({})", type),
                  [&](char* message) { return adminModeTL(type, message); });
-    session.expect("the new mode", [&](const DeviceStatus& now) { return now.mode == mode; });
+    session.expect("the new mode", [&](const StatusReport& now) { return now.mode == mode; });
 }
 
 void replenish(Session& session)
@@ -44,7 +44,7 @@ void replenish(Session& session)
 
 bool runAdministration(Printer& printer, const SessionOptions& options)
 {
-    constexpr std::uint32_t firstUnit = 1;
+    constexpr std::uint32_t FIRST_UNIT = 1;
 
     printer.heading("The day's administration");
     Session session(printer, options);
@@ -59,15 +59,15 @@ bool runAdministration(Printer& printer, const SessionOptions& options)
         return call(results...);
     });
     session.book().takeCollected();
-    callWithArrays(session, fmt::format("purgeTL({})", firstUnit), [&](auto... results) {
+    callWithArrays(session, fmt::format("purgeTL({})", FIRST_UNIT), [&](auto... results) {
         const auto call = [&](auto coins, auto nCoins, auto notes, auto nNotes, auto rest, char* message) {
-            return purgeTL(firstUnit, coins, nCoins, notes, nNotes, rest, "ADMIN-3", message);
+            return purgeTL(FIRST_UNIT, coins, nCoins, notes, nNotes, rest, "ADMIN-3", message);
         };
         return call(results...);
     });
     session.book().takeCollected();
-    session.call(fmt::format("unlockTL({})", firstUnit),
-                 [&](char* message) { return unlockTL(firstUnit, message); });
+    session.call(fmt::format("unlockTL({})", FIRST_UNIT),
+                 [&](char* message) { return unlockTL(FIRST_UNIT, message); });
     switchMode(session, 2, 1);
     return session.finish();
 }

@@ -55,7 +55,7 @@ std::int16_t Events::registerAll(char* message)
     return registerEvents4TL(&onStatus, &onError, &onLevelWarning, &onInformation, &onCashSession, message);
 }
 
-bool Events::waitForStatus(const std::function<bool(const DeviceStatus&)>& answers)
+bool Events::waitForStatus(const std::function<bool(const StatusReport&)>& answers)
 {
     std::unique_lock lock(m_mutex);
     return m_changed.wait_for(lock, std::chrono::seconds(5), [&] { return answers(m_status); });

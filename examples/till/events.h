@@ -7,7 +7,8 @@
 #include <condition_variable>
 #include <functional>
 
-struct DeviceStatus {
+/// What a status event says.
+struct StatusReport {
     std::int32_t amount = 0;
     int status = -1; // 0 ready, 1 busy, 2 error, 3 ready with pay-in closed
     int mode = -1;   // 0 closed, 1 open, 3 administration
@@ -30,7 +31,7 @@ public:
     std::int16_t registerAll(char* message);
 
     /// Waits up to five seconds for a status event that answers the description.
-    bool waitForStatus(const std::function<bool(const DeviceStatus&)>& answers);
+    bool waitForStatus(const std::function<bool(const StatusReport&)>& answers);
 
     EventCounts counts();
 
@@ -51,6 +52,6 @@ private:
     Printer& m_printer;
     std::mutex m_mutex;
     std::condition_variable m_changed;
-    DeviceStatus m_status;
+    StatusReport m_status;
     EventCounts m_counts;
 };

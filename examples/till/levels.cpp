@@ -10,7 +10,7 @@
 bool runLevels(Printer& printer, const SessionOptions& options)
 {
     printer.heading("A drawer that runs dry, a small one of this session's own");
-    if (tlsim_configure(smallDrawer) != 0)
+    if (tlsim_configure(SMALL_DRAWER) != 0)
         throw std::runtime_error("the simulator refused its settings");
     Session session(printer, options);
     session.call("disablePayinTL", &disablePayinTL);

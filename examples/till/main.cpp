@@ -11,9 +11,9 @@
 
 namespace {
 
-constexpr int wentWell = 0;
-constexpr int failed = 1;
-constexpr int wrongArguments = 2;
+constexpr int WENT_WELL = 0;
+constexpr int FAILED = 1;
+constexpr int WRONG_ARGUMENTS = 2;
 
 struct Arguments {
     SessionOptions session;
@@ -83,7 +83,7 @@ std::optional<int> parse(int count, char** texts, Arguments& arguments)
         return app.exit(help);
     } catch (const CLI::ParseError& error) {
         fmt::print(stderr, "till: {} (till --help tells more)\n", error.what());
-        return wrongArguments;
+        return WRONG_ARGUMENTS;
     }
     if (!app.get_subcommands().empty())
         arguments.command = app.get_subcommands().front()->get_name();
@@ -117,9 +117,9 @@ int main(int count, char** texts)
 
     Printer printer;
     try {
-        return run(printer, arguments) ? wentWell : failed;
+        return run(printer, arguments) ? WENT_WELL : FAILED;
     } catch (const std::exception& error) {
         printer.line(LineKind::Bad, error.what());
-        return failed;
+        return FAILED;
     }
 }

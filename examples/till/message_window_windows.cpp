@@ -12,7 +12,7 @@ struct Registered {
     EventKind kind;
 };
 
-constexpr std::array<Registered, 5> messages{{{TL_MESSAGE_NAME_STATUS, EventKind::Status},
+constexpr std::array<Registered, 5> MESSAGES{{{TL_MESSAGE_NAME_STATUS, EventKind::Status},
                                               {TL_MESSAGE_NAME_ERROR, EventKind::Error},
                                               {TL_MESSAGE_NAME_CASHLEVEL, EventKind::CashLevel},
                                               {TL_MESSAGE_NAME_CASHSESSION, EventKind::CashSession},
@@ -20,7 +20,7 @@ constexpr std::array<Registered, 5> messages{{{TL_MESSAGE_NAME_STATUS, EventKind
 
 std::optional<EventKind> kindOf(UINT message)
 {
-    for (const Registered& registered : messages)
+    for (const Registered& registered : MESSAGES)
         if (RegisterWindowMessageA(registered.name) == message)
             return registered.kind;
     return std::nullopt;

@@ -11,8 +11,8 @@
 
 namespace {
 
-constexpr const char* bold = "\x1b[1m";
-constexpr const char* plain = "\x1b[0m";
+constexpr const char* BOLD = "\x1b[1m";
+constexpr const char* PLAIN = "\x1b[0m";
 
 struct Look {
     const char* speaker;
@@ -23,7 +23,7 @@ Look lookOf(LineKind kind)
 {
     switch (kind) {
     case LineKind::Call:
-        return {"till", bold};
+        return {"till", BOLD};
     case LineKind::Good:
         return {"", "\x1b[32m"};
     case LineKind::Bad:
@@ -33,7 +33,7 @@ Look lookOf(LineKind kind)
     case LineKind::Customer:
         return {"customer", "\x1b[33m"};
     default:
-        return {"", plain};
+        return {"", PLAIN};
     }
 }
 
@@ -99,7 +99,7 @@ void Printer::line(LineKind kind, const std::string& text)
 
 void Printer::heading(const std::string& text)
 {
-    write("\n" + coloured(bold, text));
+    write("\n" + coloured(BOLD, text));
 }
 
 void Printer::table(const Table& table)
@@ -107,10 +107,10 @@ void Printer::table(const Table& table)
     const auto widths = columnWidths(table);
     const std::string headings = tableRow(table, table.headings, widths);
     const std::string rule = "  " + std::string(headings.size() - 2, '-');
-    std::string text = coloured(bold, headings) + "\n" + rule;
+    std::string text = coloured(BOLD, headings) + "\n" + rule;
     for (const auto& row : table.rows) {
         const bool isTotal = table.total && &row == &table.rows.back();
-        text += isTotal ? "\n" + rule + "\n" + coloured(bold, tableRow(table, row, widths))
+        text += isTotal ? "\n" + rule + "\n" + coloured(BOLD, tableRow(table, row, widths))
                         : "\n" + tableRow(table, row, widths);
     }
     write(text);
@@ -118,7 +118,7 @@ void Printer::table(const Table& table)
 
 std::string Printer::coloured(const char* sequence, const std::string& text) const
 {
-    return m_colours ? sequence + text + plain : text;
+    return m_colours ? sequence + text + PLAIN : text;
 }
 
 std::string Printer::secondsSinceStart() const

@@ -13,7 +13,7 @@ void keepIfChangeable(Session& session, std::int32_t change)
     session.call("depositTL(\"SALE-2\")", [](char* message) { return depositTL("SALE-2", message); });
     // The call doesn't wait, and a device that has yet to tell that it is busy refuses what follows.
     session.expect("the money kept",
-                   [](const DeviceStatus& now) { return now.amount == 0 && now.status == 3; });
+                   [](const StatusReport& now) { return now.amount == 0 && now.status == 3; });
 }
 
 bool deposit(Session& session, const SaleOptions& sale)

@@ -15,7 +15,7 @@ namespace {
 using Message = std::array<char, 4096>;
 
 // The calls that pay come back when the device is ready again.
-constexpr const char* waitForReady = "PayOutOkCheck:1;ChangeOkCheck:1;RegretOkCheck:1;";
+constexpr const char* WAIT_FOR_READY = "PayOutOkCheck:1;ChangeOkCheck:1;RegretOkCheck:1;";
 
 std::string logDirectory()
 {
@@ -82,7 +82,7 @@ Session::Session(Printer& printer, const SessionOptions& options) : m_printer(pr
 
     const std::string port = portSettings(options.port);
     call(fmt::format("initTL(\"{}\")", port),
-         [&](char* message) { return m_library.init(port, waitForReady, message); });
+         [&](char* message) { return m_library.init(port, WAIT_FOR_READY, message); });
     m_book.emplace(m_printer);
     m_printer.line(LineKind::Note, "the drawer holds " + money(amountOf(drawerCash())));
 
@@ -91,7 +91,7 @@ Session::Session(Printer& printer, const SessionOptions& options) : m_printer(pr
     showDevice();
 }
 
-void Session::expect(const std::string& what, const std::function<bool(const DeviceStatus&)>& answers)
+void Session::expect(const std::string& what, const std::function<bool(const StatusReport&)>& answers)
 {
     if (!m_events.waitForStatus(answers))
         throw std::runtime_error("no event told of " + what);
@@ -105,7 +105,7 @@ void Session::payIn(const std::vector<std::int64_t>& denominations)
         m_book->insert(denomination, 1);
         sum += denomination;
     }
-    expect("the money paid in", [&](const DeviceStatus& now) { return now.amount == sum; });
+    expect("the money paid in", [&](const StatusReport& now) { return now.amount == sum; });
 }
 
 bool Session::finish()
@@ -118,7 +118,7 @@ bool Session::finish()
 void Session::callOff()
 {
     // Who regrets before the library has heard of the money is told at once that nothing is to be done.
-    m_events.waitForStatus([](const DeviceStatus& now) { return now.amount == tlsim_paid_in(); });
+    m_events.waitForStatus([](const StatusReport& now) { return now.amount == tlsim_paid_in(); });
     attempt("regretTL(1), everything", [](char* message) { return regretTL(1, message); });
     m_book->take();
     attempt("logoutTL", &logoutTL);

@@ -47,7 +47,7 @@ public:
     void call(const std::string& what, const LibraryCall& function) { showCall(m_printer, what, function); }
 
     /// Waits for a status event.
-    void expect(const std::string& what, const std::function<bool(const DeviceStatus&)>& answers);
+    void expect(const std::string& what, const std::function<bool(const StatusReport&)>& answers);
 
     /// The customer puts pieces in, and the device has told of all of them.
     void payIn(const std::vector<std::int64_t>& denominations);

@@ -78,7 +78,7 @@ private:
 bool runWindow(Printer& printer, const SessionOptions& options)
 {
     printer.heading("Events as messages, with a small drawer of this session's own");
-    if (tlsim_configure(smallDrawer) != 0)
+    if (tlsim_configure(SMALL_DRAWER) != 0)
         throw std::runtime_error("the simulator refused its settings");
     showLogDirectory(printer, options.port);
     MessageTill till(printer);

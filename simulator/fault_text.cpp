@@ -161,7 +161,7 @@ Fault parseFault(const json& object)
     if (!name)
         reader.fail("name", text.empty()
                                 ? "is missing"
-                                : "is no fault: " + text + " (did you mean " + nearestName(text) + "?)");
+                                : "is no fault: " + text + "; did you mean " + nearestName(text) + "?");
     Fault fault{*name};
     fault.code = *name == FaultName::OpenRefused ? OpeningCode::REFUSED : errorCodeOf(*name);
     fault.lateness = *name == FaultName::AnswerLate || *name == FaultName::MessageLate ? 2000 : 0;

@@ -88,7 +88,7 @@ public:
     {
         for (const auto& member : m_object.items())
             if (!m_known.contains(member.key()))
-                fail(member.key(), "is no setting");
+                fail(member.key(), "is not known here");
     }
 
     [[noreturn]] void fail(const std::string& key, const std::string& what) const

@@ -1,6 +1,7 @@
 // The simulated device under a clock that the tests move.
 #include "simulator/change_maker.h"
 #include "simulator/device_model.h"
+#include "simulator/saved_device.h"
 
 #include <algorithm>
 #include <gtest/gtest.h>
@@ -117,14 +118,72 @@ TEST(SimulatorModel, AnswersASessionWithTheseMessages)
     EXPECT_EQ(7050, valueOf(machine.device.takeCollected()));
 }
 
-TEST(SimulatorModel, MoneyAddsUpWhateverHappens)
+namespace {
+
+/// Everything that lies in the device or in front of it, by denomination.
+Pieces whatLies(const DeviceModel& device)
 {
-    const Texts others = words("a|07|05|1405 a|07|05|1405 b e|1 e|2 e|3 e|3 e|4 g h h i j k|1 k|2 "
-                               "m|050:1,100:2;2000:1.|# n|1# p||# q|0 q|2 r|1 f|00000000|00000000|regretAll");
-    for (unsigned seed = 1; seed <= 20; ++seed) {
-        SCOPED_TRACE(seed);
-        std::mt19937 random(seed);
-        const auto below = [&](unsigned limit) { return static_cast<int>(random() % limit); };
+    Pieces pieces;
+    for (const Denomination& unit : device.drawer().units())
+        addPieces(pieces, unit.value, unit.count);
+    for (const Pieces& heap : {device.tray(), device.collected()})
+        for (const auto& [denomination, count] : heap)
+            addPieces(pieces, denomination, count);
+    return pieces;
+}
+
+/// A device to which everything may happen, and beside it the pieces as those count them who put them in
+/// and take them away.
+class Walk {
+public:
+    explicit Walk(unsigned seed) : m_random(seed), m_device(settings())
+    {
+        m_ledger = whatLies(m_device);
+        watch();
+    }
+
+    void step()
+    {
+        switch (below(12)) {
+        case 0:
+        case 1:
+            insert();
+            break;
+        case 2:
+            take(m_device.takePaidOut(m_now));
+            take(m_device.takeCollected());
+            break;
+        case 3:
+            if (below(3) == 0)
+                addFault();
+            break;
+        case 4:
+            for (const FaultName name : faultNames())
+                m_device.repair(name, m_now);
+            break;
+        case 5:
+            rarely();
+            break;
+        default:
+            send();
+        }
+        m_now += below(3) == 0 ? below(1000) : below(100);
+        m_device.due(m_now);
+        comeBackIfKilled();
+    }
+
+    void check() const
+    {
+        ASSERT_EQ(m_ledger, whatLies(m_device));
+        ASSERT_TRUE(m_device.balances());
+    }
+
+    int kills() const { return m_kills; }
+    Amount moved() const { return m_moved; }
+
+private:
+    Settings settings()
+    {
         Settings settings;
         for (Denomination& unit : settings.drawer) {
             unit.count = below(4);
@@ -133,26 +192,154 @@ TEST(SimulatorModel, MoneyAddsUpWhateverHappens)
             unit.stuck = below(2);
         }
         settings.payOutTime = below(500);
-        LoggedInDevice machine(settings);
-        const auto& units = machine.device.drawer().units();
-        const Amount start = machine.device.drawer().value();
-        Amount in = 0;
-        Amount out = 0;
+        return settings;
+    }
+
+    int below(unsigned limit) { return static_cast<int>(m_random() % limit); }
+    Amount anyDenomination() { return m_device.drawer().units()[m_random() % 9].value; }
+
+    /// Every piece that moves may be the last one that gets into the file.
+    void watch()
+    {
+        m_device.setWatcher([this](const DeviceEvent& event) {
+            if (event.kind != DeviceEvent::Kind::Piece || m_killed)
+                return;
+            if (event.way == DeviceEvent::Way::In || event.way == DeviceEvent::Way::Refilled)
+                addPieces(m_ledger, event.denomination, 1);
+            else
+                m_moved += event.denomination;
+            if (below(50) == 0)
+                m_killed = savedText(m_device.saved(m_now));
+        });
+    }
+
+    void comeBackIfKilled()
+    {
+        if (!m_killed)
+            return;
+        m_device = DeviceModel(m_device.settings(), parseSaved(*m_killed), m_now);
+        m_killed.reset();
+        m_device.tillCame(true, m_now);
+        watch();
+        ++m_kills;
+        EXPECT_EQ('0', m_device.nextMessage(m_now).value_or("a00000000-0").at(10));
+    }
+
+    void insert()
+    {
+        const Amount denomination = anyDenomination();
+        m_device.insert(denomination, below(4), m_now);
+        comeBackIfKilled();
+    }
+
+    void take(const Pieces& pieces)
+    {
+        for (const auto& [denomination, count] : pieces)
+            if ((m_ledger[denomination] -= count) == 0)
+                m_ledger.erase(denomination);
+    }
+
+    void addFault()
+    {
+        Fault fault{faultNames()[m_random() % faultNames().size()]};
+        fault.start = static_cast<Fault::Start>(below(4));
+        fault.letter = below(2) == 0 ? '\0' : 'f';
+        fault.pieces = 1 + below(5);
+        fault.chance = 100'000;
+        fault.random = m_random();
+        if (below(2) == 0)
+            fault.lasts = below(1000);
+        fault.untilReset = errorCodeOf(fault.name) != 0 && below(2) == 0;
+        fault.times = strikesSingly(fault.name) ? below(3) : 0;
+        fault.code = 1 + below(99);
+        fault.lateness = below(500);
+        fault.factor = 2;
+        m_device.putFault(fault, m_now);
+    }
+
+    void rarely()
+    {
+        if (below(10) == 0)
+            m_device.refill(anyDenomination(), below(3), m_now);
+        else if (below(10) == 0)
+            m_device.fail(1 + below(99), m_now);
+        else if (below(10) == 0)
+            m_device.tillLeft(m_now);
+        else
+            m_device.tillCame(below(2) == 0, m_now);
+        comeBackIfKilled();
+    }
+
+    void send()
+    {
+        static const Texts others =
+            words("a|07|05|1405 a|07|05|1405 b e|1 e|2 e|3 e|3 e|4 g h h i j k|1 k|2 "
+                  "m|050:1,100:2;2000:1.|# n|1# p||# q|0 q|2 r|1 f|00000000|00000000|regretAll");
+        const std::string amount = padded(50 * below(200), 8);
+        const std::string deposit = padded(below(2) == 0 ? m_device.paidIn() : 50 * below(100), 8);
+        const std::string commands[] = {"c|" + amount, "d|" + amount, "f|" + amount + "|" + deposit,
+                                        others[m_random() % others.size()]};
+        std::string command = commands[m_random() % std::size(commands)];
+        std::replace(command.begin(), command.end(), '|', FIELD_SEPARATOR);
+        m_device.command(command, m_now);
+        comeBackIfKilled();
+    }
+
+    std::mt19937 m_random;
+    DeviceModel m_device;
+    Pieces m_ledger;
+    Milliseconds m_now = 1000;
+    std::optional<std::string> m_killed; // the file as the process left it
+    int m_kills = 0;
+    Amount m_moved = 0;
+};
+
+} // namespace
+
+TEST(SimulatorModel, MoneyAddsUpWhateverHappens)
+{
+    int kills = 0;
+    for (unsigned seed = 1; seed <= 30; ++seed) {
+        Walk walk(seed);
         for (int step = 0; step < 2000; ++step) {
-            const std::string amount = padded(50 * below(200), 8);
-            const std::string deposit = padded(below(2) == 0 ? machine.device.paidIn() : 50 * below(100), 8);
-            const std::string commands[] = {"c|" + amount, "d|" + amount, "f|" + amount + "|" + deposit,
-                                            others[random() % others.size()]};
-            if (below(3) == 0)
-                in += machine.insert(units[random() % units.size()].value, below(4));
-            if (below(100) == 0)
-                machine.device.fail(below(99) + 1, machine.now);
-            machine.send(commands[random() % std::size(commands)]);
-            machine.pass(below(3) == 0 ? below(1000) : below(100));
-            out += valueOf(machine.device.takePaidOut(machine.now)) + valueOf(machine.device.takeCollected());
-            ASSERT_TRUE(machine.device.balances()) << "step " << step;
-            ASSERT_EQ(start + in - out, machine.device.drawer().value()) << "step " << step;
+            SCOPED_TRACE(testing::Message() << "seed " << seed << " step " << step);
+            walk.step();
+            ASSERT_NO_FATAL_FAILURE(walk.check());
         }
-        EXPECT_GT(out, 0);
+        EXPECT_GT(walk.moved(), 0) << seed;
+        kills += walk.kills();
+    }
+    EXPECT_GT(kills, 100);
+}
+
+TEST(SimulatorModel, APieceThatIsOutIsNoLongerPaidInAfterAKill)
+{
+    LoggedInDevice machine;
+    machine.insert(10000);
+    machine.insert(500);
+    std::vector<Amount> paidIn;
+    machine.device.setWatcher([&](const DeviceEvent& event) {
+        if (event.kind == DeviceEvent::Kind::Piece)
+            paidIn.push_back(parseSaved(savedText(machine.device.saved(event.time))).paidIn);
+    });
+    machine.run("e|4");
+    EXPECT_EQ((std::vector<Amount>{500, 0}), paidIn);
+}
+
+TEST(SimulatorModel, ADamagedStateIsRefused)
+{
+    LoggedInDevice machine;
+    machine.insert(5000);
+    machine.device.putFault({.name = FaultName::Slow, .lasts = 500, .factor = 3}, machine.now);
+    machine.insert(100, 3);
+    const std::string text = savedText(machine.device.saved(machine.now));
+    const DeviceModel again({}, parseSaved(text), 5'000'000);
+    EXPECT_EQ(text, savedText(again.saved(5'000'000)));
+    EXPECT_EQ(5300, again.paidIn());
+    for (std::size_t i = 0; i + 1 < text.size(); ++i) {
+        EXPECT_THROW(parseSaved(text.substr(0, i)), std::runtime_error) << i;
+        std::string changed = text;
+        changed[i] = static_cast<char>(changed[i] ^ 1);
+        EXPECT_THROW(parseSaved(changed), std::runtime_error) << i;
     }
 }

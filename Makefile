@@ -11,7 +11,7 @@ help:
 	@echo "make test-asan     the tests with the address and undefined-behaviour sanitizers"
 	@echo "make check-format  find what clang-format would change"
 	@echo "make check-layers  find includes that point up, and knowledge of the operating system outside platform/"
-	@echo "make bench         build and run the measurements"
+	@echo "make bench         measure what the library costs, beside what limits it"
 	@echo "make format        format all sources"
 	@echo "make clean         remove everything that was built"
 
@@ -31,11 +31,7 @@ check-format check-layers:
 	@scripts/test.sh $(@:check-%=%)
 
 bench:
-	@scripts/setup.sh bench
-	cmake --preset linux
-	cmake --build --preset linux --target benchmarks
-	@mkdir -p build/bench_logs
-	TLLOGS=build/bench_logs build/linux/interface_bench
+	@scripts/bench.sh
 
 format:
 	@scripts/setup.sh format

@@ -11,8 +11,7 @@ for purpose; do
         packages+=(g++ cmake ninja-build nlohmann-json3-dev libcli11-dev libfmt-dev)
         ;;&
     linux | tsan | asan | windows) packages+=(googletest binutils) ;;&
-    windows) packages+=(g++-mingw-w64-x86-64-posix wine64) ;;
-    bench) packages+=(libbenchmark-dev) ;;
+    windows | bench) packages+=(g++-mingw-w64-x86-64-posix wine64) ;;
     format) packages+=(clang-format-14) ;;
     demo | linux | tsan | asan | layers) ;;
     *)

@@ -75,7 +75,9 @@ TEST(IniFile, TheFirstDelimiterOfALineDecides)
         "header ; comment\r\n=v\nkey=value ; note\nignored\n\n\r\ntext [A] more\na=b=c\nA=second\n [ b\n"
         "[x]y]\n k = v \nempty=\n[a]\nhidden=1\n#c\n7=12abc\n\tstop=1\n[after]\nq=1\n");
     CIniFile file(path);
+    testing::internal::CaptureStdout();
     EXPECT_FALSE(file.ReadFile());
+    EXPECT_EQ("Failing on char 9\n", testing::internal::GetCapturedStdout());
     const auto value = [&](const char* section, const char* key) { return file.GetValue(section, key, "-"); };
     EXPECT_EQ("v", value("", ""));
     EXPECT_EQ("value ; note", value("", "KEY"));

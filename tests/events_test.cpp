@@ -154,7 +154,13 @@ TEST_F(Events, QueuesHoldTheOldestHundredAlsoAfterExit)
         of(compose("BO/WD", leftPadded(i, 8)));
         of(compose("Error ", i), 2);
         EXPECT_EQ(i <= 100 ? 0 : 2, pushToInformationQueue("Door open")); // nobody fetches these
-        EXPECT_EQ(i <= 100 ? 0 : 4, countOf("Error: Max number of", errorLog()));
+        const Texts errors = errorLog();
+        for (const char* const line :
+             {"!! ctllogics.pushToErrorQueue: Error: Max number of errors pushed to queue",
+              "!! pushToCashLevelWarningsQueue: Error: Max number of warnings pushed to",
+              "!! pushToCashSessionQueue: Error: Max number of sessions pushed to queue",
+              "!! pushToInformationQueue: Error: Max number of sessions pushed to queue"})
+            EXPECT_EQ(i <= 100 ? 0 : 1, countOf(line, errors)) << i;
     }
     ASSERT_EQ("0 Done", call(exitTL));
     openWindow();

@@ -512,7 +512,8 @@ int16_t getLevelWarningInfoTL(int32_t* warningType, char* chTypeString, char* ch
 /* Changes settings while the library runs. initSettings: "<key>:<value>;" for any of the keys of
  * tllogics.ini, no ";" in a value. What can't be read is passed over, and the answer is 0. durationType:
  * 0 for good, 1 until the next payoutTL, amountDueTL or dispenseTL that got as far as the device is over.
- * docs/settings.md tells what a change for one payment does not bring back.
+ * A change for one payment takes the last change for good back with it, initSettings of initTL included;
+ * docs/settings.md tells more of that.
  * Allowed always, before initTL too, which then reads the file over it. Returns at once.
  * Statuses: 0 2 4.
  */

@@ -1,4 +1,4 @@
-# Header-only use of nlohmann-json, CLI11 and fmt, the same for Linux and Windows. The headers are
+# Header-only use of nlohmann-json, CLI11, fmt and Boost, the same for Linux and Windows. The headers are
 # linked into a directory of their own, since a cross compiler must not see the rest of /usr/include.
 set(third_party_include ${CMAKE_BINARY_DIR}/third_party/include)
 file(MAKE_DIRECTORY ${third_party_include})
@@ -15,6 +15,7 @@ endfunction()
 tl_third_party(nlohmann json.hpp nlohmann-json3-dev)
 tl_third_party(CLI CLI.hpp libcli11-dev)
 tl_third_party(fmt format.h libfmt-dev)
+tl_third_party(boost version.hpp libboost-dev)
 
 add_library(tl_third_party INTERFACE)
 target_include_directories(tl_third_party SYSTEM INTERFACE ${third_party_include})

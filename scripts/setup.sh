@@ -8,9 +8,9 @@ packages=()
 for purpose; do
     case $purpose in
     demo | bench | linux | tsan | asan | windows)
-        packages+=(g++ cmake ninja-build nlohmann-json3-dev libcli11-dev libfmt-dev)
+        packages+=(g++ cmake ninja-build nlohmann-json3-dev libcli11-dev libfmt-dev libboost-dev)
         ;;&
-    linux | tsan | asan | windows) packages+=(googletest binutils) ;;&
+    linux | tsan | asan | windows) packages+=(googletest binutils python3) ;;&
     windows | bench) packages+=(g++-mingw-w64-x86-64-posix wine64) ;;
     format) packages+=(clang-format-14) ;;
     demo | linux | tsan | asan | layers) ;;

@@ -1,9 +1,11 @@
 #include "simulator/ostrivane.h"
 
 #include "simulator/embedded_link.h"
+#include "simulator/remote_link.h"
 #include "simulator/tellarion_simulator.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
@@ -18,6 +20,7 @@ using simulator::DeviceModel;
 using simulator::EmbeddedLink;
 using simulator::Milliseconds;
 using simulator::Pieces;
+using simulator::RemoteLink;
 using simulator::Settings;
 
 constexpr std::size_t INITIATE_ANSWER_SIZE = 64;
@@ -30,8 +33,23 @@ EmbeddedLink& theLink()
     return link;
 }
 
+RemoteLink& theRemoteLink()
+{
+    static RemoteLink& link = *new RemoteLink;
+    return link;
+}
+
+/// Whether the last opening was that of a machine on a port of its own.
+std::atomic<bool> isRemote = false;
+
+void closeLinks()
+{
+    theLink().close();
+    theRemoteLink().close();
+}
+
 struct CloseAtUnload {
-    ~CloseAtUnload() { theLink().close(); }
+    ~CloseAtUnload() { closeLinks(); }
 } closeAtUnload;
 
 /// What tlsim_configure set, and how that or the last opening went.
@@ -93,7 +111,7 @@ Configuration& theConfiguration()
     return configuration;
 }
 
-simulator::Opening openLink(int (*callback)(const char*))
+simulator::Opening openDevice(simulator::Machine::MessageSink sink)
 {
     Settings settings;
     try {
@@ -101,10 +119,24 @@ simulator::Opening openLink(int (*callback)(const char*))
     } catch (const std::exception& error) {
         return {simulator::OpeningCode::BAD_SETTINGS, error.what()};
     }
-    simulator::Machine::MessageSink sink;
-    if (callback != nullptr)
-        sink = [callback](const std::string& message) { callback(message.c_str()); };
     return theLink().open(std::move(sink), std::move(settings));
+}
+
+/// The name of the port says which device it is.
+simulator::Opening openLink(int (*callback)(const char*), const char* portName)
+{
+    if (callback == nullptr)
+        return {simulator::OpeningCode::NO_CALLBACK, "No callback"};
+    if (theLink().isOpen() || theRemoteLink().isOpen())
+        return {simulator::OpeningCode::OPEN_ALREADY, "Link is open already"};
+    const simulator::Machine::MessageSink sink = [callback](const std::string& message) {
+        callback(message.c_str());
+    };
+    const auto port = RemoteLink::portOf(portName != nullptr ? portName : "");
+    const simulator::Opening opening = port ? theRemoteLink().open(sink, *port) : openDevice(sink);
+    if (opening.code == 0)
+        isRemote = port.has_value();
+    return opening;
 }
 
 void copyText(const std::string& text, char* buffer, std::size_t size)
@@ -170,10 +202,9 @@ int32_t ask(const Question& question)
 
 extern "C" {
 
-void tl_initiate2(int (*callback)(const char*), const char* /*portName*/, char* answer,
-                  std::int16_t* returnCode)
+void tl_initiate2(int (*callback)(const char*), const char* portName, char* answer, std::int16_t* returnCode)
 {
-    const simulator::Opening opening = openLink(callback);
+    const simulator::Opening opening = openLink(callback, portName);
     theConfiguration().setError(opening.code == 0 ? "" : opening.text);
     copyText(opening.text, answer, INITIATE_ANSWER_SIZE);
     *returnCode = static_cast<std::int16_t>(opening.code);
@@ -181,17 +212,21 @@ void tl_initiate2(int (*callback)(const char*), const char* /*portName*/, char* 
 
 void tl_dini(void* /*object*/, char* /*message*/)
 {
-    theLink().close();
+    closeLinks();
 }
 
 void tl_002(const char* command, char* answer)
 {
-    copyText(theLink().command(command != nullptr ? command : ""), answer, COMMAND_ANSWER_SIZE);
+    const char* const text = command != nullptr ? command : "";
+    copyText(isRemote ? theRemoteLink().command(text) : theLink().command(text), answer, COMMAND_ANSWER_SIZE);
 }
 
 void tl_loggedout(const char* /*text*/, char* answer)
 {
-    atDevice([](DeviceModel& device, Milliseconds) { device.loggedOut(); });
+    if (isRemote)
+        theRemoteLink().loggedOut();
+    else
+        atDevice([](DeviceModel& device, Milliseconds) { device.loggedOut(); });
     copyText(std::string("b") + simulator::FIELD_SEPARATOR + "0Ok", answer, COMMAND_ANSWER_SIZE);
 }
 
@@ -266,11 +301,15 @@ int tlsim_stick(int32_t denomination, int32_t count)
 
 int tlsim_control(const char* verb, const char* json, char* text, int size)
 {
+    const std::string_view name = verb != nullptr ? verb : "";
+    const char* const arguments = json != nullptr ? json : "";
     const auto machine = theLink().machine();
     simulator::ControlResult result{503, R"({"why":"there is no device"})"};
-    if (machine && verb != nullptr)
-        result = std::string_view(verb) == "state" ? simulator::ControlResult{200, machine->state()}
-                                                   : machine->control(verb, json != nullptr ? json : "");
+    if (isRemote)
+        result = name == "state" ? theRemoteLink().state() : theRemoteLink().control(name, arguments);
+    else if (machine)
+        result = name == "state" ? simulator::ControlResult{200, machine->state()}
+                                 : machine->control(name, arguments);
     copyText(result.body, text, size);
     return result.status;
 }

@@ -7,7 +7,8 @@
 extern "C" {
 
 /// Opens the link. "answer" has 64 bytes at least; "returnCode" gets 0 on success, else a code of the README
-/// and "answer" the reason. The port is not used.
+/// and "answer" the reason. The port's name "127.0.0.1:<port>" or "localhost:<port>" is that of a machine of
+/// its own; every other one is the device inside.
 void tl_initiate2(int (*callback)(const char* message), const char* portName, char* answer,
                   std::int16_t* returnCode);
 

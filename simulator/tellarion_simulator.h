@@ -6,6 +6,9 @@
  * texts are empty and numbers 0. After the link is closed the device stands there to be looked at, until
  * the next opening puts a fresh one in its place.
  *
+ * All this is for the device inside this process. At a machine that stands by itself, to which the last
+ * opening went if its port was "127.0.0.1:<port>" or "localhost:<port>", tlsim_control alone works.
+ *
  * A "text, size" pair is a buffer of "size" bytes that receives a text, cut to fit and ended by NUL; "text"
  * may be null. Lists of money read "100:2,500:1;2000:3", that is denomination and number of pieces, coins
  * before the semicolon and notes behind it.

@@ -35,7 +35,9 @@ void switchMode(Session& session, std::int16_t type, int mode)
 
 void replenish(Session& session)
 {
-    session.payIn({50000, 50000, 20000});
+    const Cash& drawer = session.book().before().drawer;
+    const std::int64_t largest = drawer.rbegin()->first;
+    session.payIn({largest, largest, drawer.begin()->first});
     session.call("endReplenishTL(\"ADMIN-1\")",
                  [](char* message) { return endReplenishTL("ADMIN-1", message); });
 }
@@ -58,14 +60,14 @@ bool runAdministration(Printer& printer, const SessionOptions& options)
         };
         return call(results...);
     });
-    session.book().takeCollected();
+    session.book().cameOutToBox();
     callWithArrays(session, fmt::format("purgeTL({})", FIRST_UNIT), [&](auto... results) {
         const auto call = [&](auto coins, auto nCoins, auto notes, auto nNotes, auto rest, char* message) {
             return purgeTL(FIRST_UNIT, coins, nCoins, notes, nNotes, rest, "ADMIN-3", message);
         };
         return call(results...);
     });
-    session.book().takeCollected();
+    session.book().cameOutToBox();
     session.call(fmt::format("unlockTL({})", FIRST_UNIT),
                  [&](char* message) { return unlockTL(FIRST_UNIT, message); });
     switchMode(session, 2, 1);

@@ -4,8 +4,9 @@
 #include "examples/till/session.h"
 
 struct SaleOptions {
-    std::int64_t due = 6300;
-    std::vector<std::int64_t> pieces = {5000, 2000, 500}; // what the customer pays with
+    // As people write amounts: only the device tells how many decimals they have.
+    std::string due = "63";
+    std::vector<std::string> pieces = {}; // what the customer pays with; if there are none, whatever fits
 };
 
 /// Paid with change in one call.

@@ -69,7 +69,7 @@ bool runCount(Printer& printer, const SessionOptions& options)
     std::int64_t sum = addRows(table, "coin", complete.coins, complete.nCoins);
     sum += addRows(table, "note", complete.notes, complete.nNotes);
     table.rows.push_back({"total", "", "", "", "", money(sum)});
-    const bool agrees = sum == amountOf(drawerCash()) && sum == plainAmount(plain);
+    const bool agrees = sum == amountOf(lookAtMachine().drawer) && sum == plainAmount(plain);
     if (!agrees)
         printer.line(LineKind::Bad, "the counts and the drawer don't agree");
     printer.heading("What the device counted");

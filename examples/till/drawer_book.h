@@ -1,43 +1,33 @@
-// Money as the simulated device tells it, and whether it all adds up.
+// What went in and out in one session, and whether it all adds up.
 #pragma once
 
+#include "examples/till/machine.h"
 #include "examples/till/printer.h"
 
-#include <map>
-
-/// Denomination to number of pieces.
-using Cash = std::map<std::int64_t, int>;
-
-std::int64_t amountOf(const Cash& cash);
-
-/// "2 x 20.00, 1 x 5.00", the largest first; "nothing" if there is none.
-std::string describe(const Cash& cash);
-
-/// What is in the device, in the customer's tray and in the collection box; the latter two are emptied.
-Cash drawerCash();
-Cash takeCustomersCash();
-Cash takeCollectedCash();
-
-/// Watches one run from before the first piece moves to after the last.
+/// Watches one session from before the first piece moves to after the last.
 class DrawerBook {
 public:
-    explicit DrawerBook(Printer& printer);
+    /// "isHand": the customer's hand is in this program, and puts in and takes what lies there.
+    DrawerBook(Printer& printer, bool isHand);
+
+    const MachineState& before() const { return m_before; }
 
     void insert(std::int64_t denomination, int count);
 
-    /// What lies in the tray and in the box now, also told to the person who reads.
-    Cash take();
-    Cash takeCollected();
+    /// The amount that came out since this was last asked, also told to the person who reads.
+    std::int64_t cameOut();
+    std::int64_t cameOutToBox();
 
-    std::int64_t inserted() const { return m_inserted; }
+    /// The amount that went in.
+    std::int64_t inserted() const { return lookAtMachine().in - m_before.in; }
 
-    /// Shows the drawer before and after, and answers whether the difference is what went in and out.
+    /// Shows the drawer before and after, and answers whether the difference is what went in and out. What
+    /// the customer left in the tray is not missing.
     bool close();
 
 private:
     Printer& m_printer;
-    const Cash m_before = drawerCash();
-    std::int64_t m_inserted = 0;
-    std::int64_t m_taken = 0;
-    std::int64_t m_collected = 0;
+    const bool m_isHand;
+    const MachineState m_before = lookAtMachine();
+    std::int64_t m_toldOut = m_before.out;
 };

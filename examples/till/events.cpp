@@ -2,8 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <chrono>
-
 Events* Events::s_events = nullptr;
 
 namespace {
@@ -55,10 +53,16 @@ std::int16_t Events::registerAll(char* message)
     return registerEvents4TL(&onStatus, &onError, &onLevelWarning, &onInformation, &onCashSession, message);
 }
 
-bool Events::waitForStatus(const std::function<bool(const StatusReport&)>& answers)
+bool Events::waitForStatus(const std::function<bool(const StatusReport&)>& answers, std::chrono::seconds time)
 {
     std::unique_lock lock(m_mutex);
-    return m_changed.wait_for(lock, std::chrono::seconds(5), [&] { return answers(m_status); });
+    return m_changed.wait_for(lock, time, [&] { return answers(m_status); });
+}
+
+StatusReport Events::status()
+{
+    const std::lock_guard lock(m_mutex);
+    return m_status;
 }
 
 EventCounts Events::counts()

@@ -30,8 +30,11 @@ public:
     /// Registers all callbacks with the library, which answers.
     std::int16_t registerAll(char* message);
 
-    /// Waits up to five seconds for a status event that answers the description.
-    bool waitForStatus(const std::function<bool(const StatusReport&)>& answers);
+    /// Waits until the last status answers the description.
+    bool waitForStatus(const std::function<bool(const StatusReport&)>& answers,
+                       std::chrono::seconds time = std::chrono::seconds(5));
+
+    StatusReport status();
 
     EventCounts counts();
 

@@ -6,6 +6,8 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <exception>
 #include <numeric>
 
@@ -22,41 +24,55 @@ struct Arguments {
     std::string command = "sale";
 };
 
-std::string toSmallestUnit(std::string& text)
+/// Amounts stay as they are written, until the device has told how many decimals they have.
+double numberOf(const std::string& text)
 {
-    const std::int64_t amount = parseMoney(text);
-    if (amount < 0)
-        return "\"" + text + "\" is no amount; write 63 or 63.50";
-    text = std::to_string(amount);
-    return {};
+    std::string digits = text;
+    std::replace(digits.begin(), digits.end(), ',', '.');
+    const bool onlyDigits = digits.find_first_not_of("0123456789.") == std::string::npos;
+    const auto points = std::count(digits.begin(), digits.end(), '.');
+    if (!onlyDigits || points > 1 || digits.empty() || digits.front() == '.' || digits.size() > 10)
+        return -1;
+    return std::strtod(digits.c_str(), nullptr);
+}
+
+std::string checkAmount(const std::string& text)
+{
+    return numberOf(text) < 0 ? "\"" + text + "\" is no amount; write 63 or 63.50" : "";
 }
 
 /// What can be put in, one piece at a time.
-std::string toPiece(std::string& text)
+std::string checkPiece(const std::string& text)
 {
-    const std::string written = text;
-    const std::string complaint = toSmallestUnit(text);
-    return complaint.empty() && text == "0" ? "\"" + written + "\" is no coin or note" : complaint;
+    return numberOf(text) <= 0 ? "\"" + text + "\" is no coin or note" : "";
 }
 
 void checkSale(const Arguments& arguments)
 {
-    const auto& pieces = arguments.sale.pieces;
-    const std::int64_t paid = std::accumulate(pieces.begin(), pieces.end(), std::int64_t{0});
-    if (arguments.kind != "regret" && paid < arguments.sale.due)
-        throw CLI::ValidationError(
-            fmt::format("{} does not pay for a sale of {}", money(paid), money(arguments.sale.due)));
+    const SaleOptions& sale = arguments.sale;
+    const double paid =
+        std::accumulate(sale.pieces.begin(), sale.pieces.end(), 0.0,
+                        [](double sum, const std::string& piece) { return sum + numberOf(piece); });
+    if (!sale.pieces.empty() && arguments.kind != "regret" && paid < numberOf(sale.due) - 0.0001)
+        throw CLI::ValidationError(fmt::format("{} does not pay for a sale of {}", paid, sale.due));
 }
 
 /// Reads the command line into "arguments"; the exit status if that is all there is to do.
 std::optional<int> parse(int count, char** texts, Arguments& arguments)
 {
     CLI::App app{"A till that works with the simulated Tellarion."};
-    const CLI::Validator amount(toSmallestUnit, "AMOUNT");
-    const CLI::Validator piece(toPiece, "AMOUNT");
+    const std::function<std::string(std::string&)> amountCheck = checkAmount;
+    const std::function<std::string(std::string&)> pieceCheck = checkPiece;
+    const CLI::Validator amount(amountCheck, "AMOUNT");
+    const CLI::Validator piece(pieceCheck, "AMOUNT");
     app.require_subcommand(0, 1);
     app.fallthrough(); // --port may stand behind the command
-    app.add_option("--port", arguments.session.port, "Name of the port, such as sim or 10.0.0.7:5000")
+    app.add_option("--port", arguments.session.port,
+                   "Name of the port, such as sim, or 127.0.0.1:7410 for a machine of its own")
+        ->capture_default_str();
+    app.add_option("--patience", arguments.session.patience,
+                   "Seconds that the customer of a machine of its own may take")
+        ->check(CLI::Range(1, 86400))
         ->capture_default_str();
 
     CLI::App* sale = app.add_subcommand("sale", "Run one sale (the default)");
@@ -65,12 +81,11 @@ std::optional<int> parse(int count, char** texts, Arguments& arguments)
         ->check(CLI::IsMember({"payout", "deposit", "regret"}))
         ->capture_default_str();
     sale->add_option("--due", arguments.sale.due, "What the sale costs")
-        ->transform(amount)
-        ->default_str("63.00");
+        ->check(amount)
+        ->capture_default_str();
     sale->add_option("--paid", arguments.sale.pieces,
-                     "The coins and notes that the customer puts in, with spaces between")
-        ->transform(piece)
-        ->default_str("50 20 5");
+                     "The coins and notes that the customer puts in, with spaces between; else what fits")
+        ->check(piece);
     app.add_subcommand("count", "Count the cash");
     app.add_subcommand("levels", "Run a small drawer dry and show its warnings");
     app.add_subcommand("window", "Get events as messages, and fetch their texts");

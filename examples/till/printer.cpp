@@ -14,6 +14,8 @@ namespace {
 constexpr const char* BOLD = "\x1b[1m";
 constexpr const char* PLAIN = "\x1b[0m";
 
+int decimals = 2;
+
 struct Look {
     const char* speaker;
     const char* sequence;
@@ -69,24 +71,31 @@ std::vector<std::size_t> columnWidths(const Table& table)
 
 } // namespace
 
+void setDecimals(int count)
+{
+    decimals = count;
+}
+
 std::string money(std::int64_t amount)
 {
-    const std::int64_t absolute = amount < 0 ? -amount : amount;
-    return fmt::format("{}{}.{:02}", amount < 0 ? "-" : "", absolute / 100, absolute % 100);
+    std::string digits = fmt::format("{:0{}}", amount < 0 ? -amount : amount, decimals + 1);
+    if (decimals > 0)
+        digits.insert(digits.size() - static_cast<std::size_t>(decimals), ".");
+    return (amount < 0 ? "-" : "") + digits;
 }
 
 std::int64_t parseMoney(const std::string& text)
 {
     const std::size_t point = std::min(text.find_first_of(".,"), text.size());
     const std::string whole = text.substr(0, point);
-    std::string fraction = point < text.size() ? text.substr(point + 1) : "0";
+    std::string fraction = point < text.size() ? text.substr(point + 1) : "";
     const std::string digits = whole + fraction;
     const bool numeric =
         std::all_of(digits.begin(), digits.end(), [](unsigned char c) { return std::isdigit(c); });
-    if (whole.empty() || whole.size() > 6 || fraction.empty() || fraction.size() > 2 || !numeric)
+    if (whole.empty() || whole.size() > 6 || fraction.size() > static_cast<std::size_t>(decimals) || !numeric)
         return -1;
-    fraction.resize(2, '0');
-    return std::stoll(whole) * 100 + std::stoll(fraction);
+    fraction.resize(static_cast<std::size_t>(decimals), '0');
+    return std::stoll(whole + fraction);
 }
 
 Printer::Printer() : m_colours(wantsColours()) {}

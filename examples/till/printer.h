@@ -7,10 +7,13 @@
 #include <string>
 #include <vector>
 
-/// An amount in the smallest unit as people write it: 13750 is "137.50".
+/// How many decimals the device's currency has, for all amounts from now on; 2 until then.
+void setDecimals(int decimals);
+
+/// An amount in the smallest unit as people write it: with two decimals 13750 is "137.50".
 std::string money(std::int64_t amount);
 
-/// The other way round, with "." or "," and one or two decimals, or none; -1 if it is no amount.
+/// The other way round, with "." or ","; -1 if it is no amount, or has more decimals than the currency.
 std::int64_t parseMoney(const std::string& text);
 
 enum class LineKind { Call, Good, Bad, Event, Customer, Note };

@@ -1,14 +1,14 @@
 #include "examples/till/session.h"
 
 #include "examples/till/system.h"
-#include "simulator/tellarion_simulator.h"
 
 #include <fmt/format.h>
 
 #include <array>
 #include <cstdlib>
 #include <filesystem>
-#include <stdexcept>
+#include <memory>
+#include <thread>
 
 namespace {
 
@@ -25,15 +25,72 @@ std::string logDirectory()
     return defaultLogDirectory();
 }
 
+/// Tells every half second that a call goes on, until it has come back.
+class Progress {
+public:
+    explicit Progress(Printer& printer) : m_printer(printer), m_thread([this] { run(); }) {}
+
+    ~Progress()
+    {
+        {
+            const std::lock_guard lock(m_mutex);
+            m_ended = true;
+        }
+        m_changed.notify_all();
+        m_thread.join();
+    }
+
+private:
+    void run()
+    {
+        std::unique_lock lock(m_mutex);
+        for (double seconds = 0.5;
+             !m_changed.wait_for(lock, std::chrono::milliseconds(500), [this] { return m_ended; });
+             seconds += 0.5)
+            m_printer.line(LineKind::Note, fmt::format("... the device works, {:.1f} s", seconds));
+    }
+
+    Printer& m_printer;
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    bool m_ended = false;
+    std::thread m_thread;
+};
+
+/// "50.00 20.00".
+std::string words(const std::vector<std::int64_t>& amounts)
+{
+    std::string text;
+    for (const std::int64_t amount : amounts)
+        text += (text.empty() ? "" : " ") + money(amount);
+    return text;
+}
+
+struct Released {
+    void operator()(CashCountRecord* records) const { std::free(records); }
+};
+using Records = std::unique_ptr<CashCountRecord, Released>;
+
+std::int64_t amountOf(const Records& records, std::int32_t count)
+{
+    std::int64_t amount = 0;
+    for (std::int32_t i = 0; i < count; ++i)
+        amount += std::int64_t{records.get()[i].nDenomination} * records.get()[i].nCount;
+    return amount;
+}
+
 } // namespace
 
 void showLogDirectory(Printer& printer, const std::string& port)
 {
+    // All ports of this computer have their logs in folders of one name, so this one gets its own.
+    if (isMachineOfItsOwn(port) && std::getenv("TLLOGS") == nullptr && std::getenv("LOGFILE") == nullptr)
+        setEnvironment("TLLOGS", defaultLogDirectory() + ("till_" + port.substr(port.find(':') + 1)));
     const std::string host = port.substr(0, port.find(':'));
     std::string text = "logs are in " + logDirectory();
     if (host.find('.') != std::string::npos)
         text += ", once initialised in its folder " + host;
-    if (!std::filesystem::is_directory(logDirectory()))
+    else if (!std::filesystem::is_directory(logDirectory()))
         text = "no logs: there is no directory " + logDirectory();
     printer.line(LineKind::Note, text);
 }
@@ -42,11 +99,14 @@ void showCall(Printer& printer, const std::string& what, const LibraryCall& func
 {
     printer.line(LineKind::Call, what);
     Message message{};
-    const std::int16_t status = function(message.data());
+    const std::int16_t status = [&] {
+        const Progress progress(printer);
+        return function(message.data());
+    }();
     const std::string outcome = fmt::format("status {}: {}", status, message.data());
     printer.line(status == TL_STATUS_OK ? LineKind::Good : LineKind::Bad, outcome);
     if (status != TL_STATUS_OK)
-        throw std::runtime_error(fmt::format("{} ended with {}", what, outcome));
+        throw CallFailed(status, fmt::format("{} ended with {}", what, outcome));
 }
 
 Library::~Library()
@@ -75,16 +135,25 @@ std::string portSettings(const std::string& name)
     return fmt::format("Type:RS232;Name:{};", name);
 }
 
-Session::Session(Printer& printer, const SessionOptions& options) : m_printer(printer), m_events(printer)
+bool isMachineOfItsOwn(const std::string& port)
+{
+    return port.starts_with("127.0.0.1:") || port.starts_with("localhost:");
+}
+
+Session::Session(Printer& printer, const SessionOptions& options)
+    : m_printer(printer), m_options(options), m_events(printer)
 {
     showLogDirectory(m_printer, options.port);
     call("registerEvents4TL", [&](char* message) { return m_events.registerAll(message); });
 
     const std::string port = portSettings(options.port);
-    call(fmt::format("initTL(\"{}\")", port),
+    call(fmt::format("initTL(\"{}\", \"{}\")", port, WAIT_FOR_READY),
          [&](char* message) { return m_library.init(port, WAIT_FOR_READY, message); });
-    m_book.emplace(m_printer);
-    m_printer.line(LineKind::Note, "the drawer holds " + money(amountOf(drawerCash())));
+    m_book.emplace(m_printer, !isMachineOfItsOwn(options.port));
+    const MachineState& machine = m_book->before();
+    setDecimals(machine.decimals);
+    m_printer.line(LineKind::Note,
+                   fmt::format("the drawer holds {} {}", money(amountOf(machine.drawer)), machine.currency));
 
     call(fmt::format("loginTL({}, 1)", options.user),
          [&](char* message) { return loginTL(static_cast<std::int16_t>(options.user), 1, message); });
@@ -97,15 +166,44 @@ void Session::expect(const std::string& what, const std::function<bool(const Sta
         throw std::runtime_error("no event told of " + what);
 }
 
+void Session::pay(const std::string& what, const LibraryCall& function)
+{
+    if (!count())
+        throw std::runtime_error("without a count before it nobody could tell what a payment did");
+    try {
+        call(what, function);
+    } catch (const CallFailed& failure) {
+        if (failure.status == TL_STATUS_TIMEOUT || failure.status == TL_STATUS_SEND_FAILED)
+            throw UnknownOutcome(failure.what());
+        throw;
+    }
+}
+
 void Session::payIn(const std::vector<std::int64_t>& denominations)
 {
-    const std::int64_t before = tlsim_paid_in();
-    std::int64_t sum = before;
+    std::int64_t sum = lookAtMachine().in;
+    const std::int64_t paidIn = m_events.status().amount;
+    const std::int64_t before = sum;
     for (const std::int64_t denomination : denominations) {
         m_book->insert(denomination, 1);
         sum += denomination;
     }
-    expect("the money paid in", [&](const StatusReport& now) { return now.amount == sum; });
+    expect("the money paid in", [&](const StatusReport& now) { return now.amount == paidIn + sum - before; });
+}
+
+std::int64_t Session::collect(std::int64_t due, const std::vector<std::int64_t>& pieces)
+{
+    if (!isMachineOfItsOwn(m_options.port)) {
+        payIn(pieces);
+        return m_events.status().amount;
+    }
+    m_printer.line(LineKind::Note,
+                   fmt::format("the customer has to pay {}: tellarion insert {} --port {}", money(due),
+                               words(pieces), m_options.port.substr(m_options.port.find(':') + 1)));
+    if (!m_events.waitForStatus([&](const StatusReport& now) { return now.mode == 1 && now.amount >= due; },
+                                std::chrono::seconds(m_options.patience)))
+        throw std::runtime_error("the customer has not paid");
+    return m_events.status().amount;
 }
 
 bool Session::finish()
@@ -118,21 +216,82 @@ bool Session::finish()
 void Session::callOff()
 {
     // Who regrets before the library has heard of the money is told at once that nothing is to be done.
-    m_events.waitForStatus([](const StatusReport& now) { return now.amount == tlsim_paid_in(); });
+    m_events.waitForStatus([](const StatusReport& now) { return now.amount == lookAtMachine().paidIn; });
     attempt("regretTL(1), everything", [](char* message) { return regretTL(1, message); });
-    m_book->take();
+    m_book->cameOut();
+    leave();
+}
+
+void Session::clarify()
+{
+    const std::int64_t before = m_counted;
+    m_printer.line(LineKind::Note,
+                   fmt::format("counting, to know what came out: there were {}, of which {} paid in",
+                               money(before), money(m_paidIn)));
+    if (!makeReady() || !count())
+        m_printer.line(LineKind::Bad,
+                       "the device can't count: somebody has to look, and nothing is to be paid");
+    else
+        m_printer.line(LineKind::Note, fmt::format("{} came out, and {} is still paid in",
+                                                   money(before - m_counted), money(m_paidIn)));
+    m_book->cameOut();
+    leave();
+}
+
+/// Makes the device take commands again: a reset if it is in error, a login if it was away.
+bool Session::makeReady()
+{
+    for (int attempts = 0; attempts < 3; ++attempts) {
+        m_events.waitForStatus([](const StatusReport& now) { return now.status != 1; },
+                               std::chrono::seconds(30));
+        const StatusReport now = m_events.status();
+        if (now.status == 2)
+            attempt("resetTL", &resetTL);
+        else if (now.mode == 0)
+            attempt("loginTL", [this](char* message) {
+                return loginTL(static_cast<std::int16_t>(m_options.user), 1, message);
+            });
+        else
+            return true;
+        m_events.waitForStatus(
+            [](const StatusReport& later) { return later.status != 2 && later.mode != 0; });
+    }
+    return false;
+}
+
+bool Session::count()
+{
+    CashCountRecord* coins = nullptr;
+    CashCountRecord* notes = nullptr;
+    std::int32_t nCoins = 0;
+    std::int32_t nNotes = 0;
+    const bool counted = attempt(
+        "cashCountTL", [&](char* message) { return cashCountTL(&coins, &nCoins, &notes, &nNotes, message); });
+    const Records coinsOwner(coins);
+    const Records notesOwner(notes);
+    if (counted) {
+        m_counted = amountOf(coinsOwner, nCoins) + amountOf(notesOwner, nNotes);
+        m_paidIn = m_events.status().amount;
+        m_printer.line(LineKind::Note, fmt::format("counted {}", money(m_counted)));
+    }
+    return counted;
+}
+
+void Session::leave()
+{
     attempt("logoutTL", &logoutTL);
     attempt("exitTL", [this](char* message) { return m_library.exit(message); });
     m_book->close();
 }
 
 /// For calls whose failure changes nothing any more.
-void Session::attempt(const std::string& what, const LibraryCall& function)
+bool Session::attempt(const std::string& what, const LibraryCall& function)
 {
     try {
         call(what, function);
+        return true;
     } catch (const std::exception&) {
-        return; // it was shown
+        return false; // it was shown
     }
 }
 

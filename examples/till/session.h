@@ -5,10 +5,12 @@
 #include "examples/till/events.h"
 
 #include <optional>
+#include <stdexcept>
 
 struct SessionOptions {
     std::string port = "sim";
     int user = 7;
+    int patience = 600; // seconds that a customer may take
 };
 
 /// Tells where the log files of a session are.
@@ -16,7 +18,20 @@ void showLogDirectory(Printer& printer, const std::string& port);
 
 using LibraryCall = std::function<std::int16_t(char* message)>;
 
-/// Shows and makes one call of the library; "function" gets the message buffer. Throws if it fails.
+struct CallFailed : std::runtime_error {
+    CallFailed(std::int16_t theStatus, const std::string& text) : std::runtime_error(text), status(theStatus)
+    {}
+
+    std::int16_t status;
+};
+
+/// A call that moves money failed in a way that doesn't tell how much of it moved.
+struct UnknownOutcome : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+/// Shows and makes one call of the library, and that the device works as long as it does; "function" gets
+/// the message buffer. Throws CallFailed if it fails.
 void showCall(Printer& printer, const std::string& what, const LibraryCall& function);
 
 /// Leaves the library at the end if nobody did before. To be made after whatever events go to, which then
@@ -39,6 +54,9 @@ private:
 /// What initTL takes for a port.
 std::string portSettings(const std::string& name);
 
+/// Whether the device is a machine of its own, on a port of this computer, where others are the customer.
+bool isMachineOfItsOwn(const std::string& port);
+
 class Session {
 public:
     /// Initialises the library and logs in. Throws, as all here, if a call doesn't end well.
@@ -49,8 +67,15 @@ public:
     /// Waits for a status event.
     void expect(const std::string& what, const std::function<bool(const StatusReport&)>& answers);
 
+    /// As call, for a call that moves money. Throws UnknownOutcome if it can't be known what it did.
+    void pay(const std::string& what, const LibraryCall& function);
+
     /// The customer puts pieces in, and the device has told of all of them.
     void payIn(const std::vector<std::int64_t>& denominations);
+
+    /// The customer pays at least "due": with these pieces, or as others do at a machine of its own. The
+    /// amount that is paid in then.
+    std::int64_t collect(std::int64_t due, const std::vector<std::int64_t>& pieces);
 
     /// Logs out and exits, and answers whether the money adds up.
     bool finish();
@@ -58,16 +83,25 @@ public:
     /// The same as well as may be after a failure. First the customer gets everything back.
     void callOff();
 
+    /// The same after an unknown outcome, where giving back might pay twice: counts, and tells what came out.
+    void clarify();
+
     Printer& printer() { return m_printer; }
     Events& events() { return m_events; }
     DrawerBook& book() { return *m_book; }
 
 private:
     void showDevice();
-    void attempt(const std::string& what, const LibraryCall& function);
+    bool attempt(const std::string& what, const LibraryCall& function);
+    bool makeReady();
+    bool count();
+    void leave();
 
     Printer& m_printer;
+    const SessionOptions m_options;
     Events m_events;
     Library m_library;
     std::optional<DrawerBook> m_book; // there is a device once the library is initialised
+    std::int64_t m_counted = 0;       // by the last count
+    std::int64_t m_paidIn = 0;        // at that count; then as the device told last before it was to pay
 };

@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <cstdlib>
+
 bool standardOutputShowsColour()
 {
     return isatty(STDOUT_FILENO) == 1;
@@ -10,4 +12,9 @@ bool standardOutputShowsColour()
 const char* defaultLogDirectory()
 {
     return "/tmp/";
+}
+
+void setEnvironment(const char* name, const std::string& value)
+{
+    setenv(name, value.c_str(), 1);
 }

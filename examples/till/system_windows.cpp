@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <cstdlib>
+
 bool standardOutputShowsColour()
 {
     constexpr DWORD sequences = 0x0004; // ENABLE_VIRTUAL_TERMINAL_PROCESSING
@@ -13,4 +15,9 @@ bool standardOutputShowsColour()
 const char* defaultLogDirectory()
 {
     return "c:\\temp\\";
+}
+
+void setEnvironment(const char* name, const std::string& value)
+{
+    _putenv_s(name, value.c_str());
 }

@@ -78,6 +78,8 @@ private:
 bool runWindow(Printer& printer, const SessionOptions& options)
 {
     printer.heading("Events as messages, with a small drawer of this session's own");
+    if (isMachineOfItsOwn(options.port))
+        throw std::runtime_error("this is for the device of the till's own process");
     if (tlsim_configure(SMALL_DRAWER) != 0)
         throw std::runtime_error("the simulator refused its settings");
     showLogDirectory(printer, options.port);
@@ -89,7 +91,8 @@ bool runWindow(Printer& printer, const SessionOptions& options)
     };
     const std::string port = portSettings(options.port);
     call("registerHwndTL", [&](char* message) { return registerHwndTL(till.handle(), message); });
-    call("initTL", [&](char* message) { return library.init(port, "PayOutOkCheck:1;", message); });
+    call(fmt::format("initTL(\"{}\", \"PayOutOkCheck:1;\")", port),
+         [&](char* message) { return library.init(port, "PayOutOkCheck:1;", message); });
     call("loginTL", [](char* message) { return loginTL(1, 1, message); });
     call("disablePayinTL", &disablePayinTL);
     std::int32_t rest = 0;

@@ -2,6 +2,9 @@
 // situation that decides what it answers.
 #include "till.h"
 
+#include "text/ascii.h"
+
+#include <optional>
 #include <set>
 
 namespace {
@@ -21,6 +24,41 @@ Texts split(const std::string& text, const std::string& separator)
         parts.push_back(text.substr(from, to - from));
     parts.push_back(text.substr(from));
     return parts;
+}
+
+std::string between(const std::string& all, const std::string& begin, const std::string& end)
+{
+    const std::size_t from = all.find(begin);
+    return from == std::string::npos ? "" : split(all.substr(from + begin.size()), end).front();
+}
+
+/// Each function of the header with the comment above it.
+std::vector<std::pair<std::string, std::string>> headerComments()
+{
+    std::vector<std::pair<std::string, std::string>> found;
+    std::string comment;
+    for (const std::string& line : split(scratch::source("api/tllogics.h"), "\n")) {
+        if (line.starts_with("/*"))
+            comment.clear();
+        if (line.starts_with("int16_t "))
+            found.emplace_back(between(line, " ", "("), comment);
+        else
+            comment += line.substr(std::min<std::size_t>(2, line.size()));
+    }
+    return found;
+}
+
+/// The longest time that a comment tells, in milliseconds; nothing if it points to another call's.
+std::optional<std::int64_t> worstTimeOf(const std::string& comment)
+{
+    if (comment.find("Returns at once") != std::string::npos)
+        return 0;
+    std::istringstream words(between(comment, "At worst:", "Statuses:"));
+    std::optional<std::int64_t> worst;
+    for (std::string word, before; words >> word; before = word)
+        if (word[0] == 's' && isDigit(before[0]))
+            worst = std::max<std::int64_t>(worst.value_or(0), std::stoi(before) * 1000);
+    return worst;
 }
 
 struct Table {
@@ -255,7 +293,9 @@ protected:
             virtual_clock::advance(100000); // earlier pay-outs don't count any more
             arrange();
             device.sent();
+            const std::int64_t start = virtual_clock::now();
             observe(name, make());
+            longest[name] = std::max(longest[name], virtual_clock::now() - start);
         }
     }
 
@@ -273,7 +313,8 @@ protected:
 
     const Table table;
     Answers answers;
-    char answer = '0'; // to every command
+    std::map<std::string, std::int64_t> longest; // milliseconds
+    char answer = '0';                           // to every command
 };
 
 } // namespace
@@ -376,22 +417,19 @@ TEST_F(Statuses, TheTableSaysWhatTheCallsAnswer)
         EXPECT_EQ(messages, seen->second) << key.first << " " << key.second;
     }
     EXPECT_EQ(table.answers.size(), answers.size());
+    // With the round in which a busy device is given up.
+    for (const auto& [name, comment] : headerComments()) {
+        const auto worst = worstTimeOf(comment);
+        EXPECT_LE(longest[name], worst.value_or(longest[name]) + 10) << name;
+    }
 }
 
 TEST_F(Statuses, TheHeaderSaysTheSame)
 {
-    static const std::string BEGIN = "Statuses:";
     Texts found;
-    std::string list;
-    for (const std::string& line : split(scratch::source("api/tllogics.h"), "\n")) {
-        if (line.starts_with("/*"))
-            list.clear();
-        if (const auto at = line.find(BEGIN); at != std::string::npos)
-            list = line.substr(at + BEGIN.size(), line.find('.', at) - at - BEGIN.size());
-        if (!line.starts_with("int16_t "))
-            continue;
-        found.push_back(line.substr(8, line.find('(') - 8));
-        EXPECT_EQ(table.statusesOf(found.back()), list) << found.back();
+    for (const auto& [name, comment] : headerComments()) {
+        found.push_back(name);
+        EXPECT_EQ(table.statusesOf(name), between(comment, "Statuses:", ".")) << name;
     }
     EXPECT_EQ(table.calls, found) << "the order is the header's";
 }

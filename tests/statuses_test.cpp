@@ -373,7 +373,7 @@ TEST_F(Statuses, TheTableSaysWhatTheCallsAnswer)
         {0, '0', Manner::Well},        {0, '0', Manner::Silent},  {0, '0', Manner::Fails},
         {0, '0', Manner::LeavesARest}, {0, '1', Manner::Refuses}, {0, '2', Manner::Refuses},
         {0, '3', Manner::Refuses},     {0, 'Z', Manner::Refuses}, {1, '0', Manner::Well},
-        {1, '1', Manner::Refuses},     {2, '0', Manner::Well},
+        {1, '0', Manner::Silent},      {1, '1', Manner::Refuses}, {2, '0', Manner::Well},
     };
     for (const bool extended : {true, false}) {
         for (const bool longForm : {false, true}) {
@@ -390,6 +390,9 @@ TEST_F(Statuses, TheTableSaysWhatTheCallsAnswer)
                             g_nAmountPaidIn = mode == 3 ? 0 : 500;
                             g_nApiVersionKind = longForm ? 1 : 0;
                             g_sLastCallbackType.clear();
+                            // Ready when a call has nearly given it up.
+                            if (situation.status == DEVICE_BUSY && situation.manner == Manner::Silent)
+                                device.sayAfter(14900, head('a', g_nAmountPaidIn, state < 3 ? 0 : 3, mode));
                         });
                     }
                 }

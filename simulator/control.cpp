@@ -28,7 +28,7 @@ json parseObject(std::string_view text)
 {
     if (text.empty())
         return json::object();
-    json object = json::parse(text);
+    json object = parseJson(text);
     if (!object.is_object())
         throw std::runtime_error("must be an object");
     return object;
@@ -225,10 +225,10 @@ ControlResult set(DeviceModel& device, json arguments, Milliseconds now)
         throw std::runtime_error("settings: \"faults\" are for the start; now it takes the verb \"fault\"");
     std::vector<Denomination> units;
     if (const auto drawer = arguments.find("drawer"); drawer != arguments.end()) {
-        units = changedUnits(device.drawer().units(), drawer->dump());
+        units = changedUnits(device.drawer().units(), *drawer);
         arguments.erase(drawer);
     }
-    const Settings settings = changedSettings(device.settings(), arguments.dump());
+    const Settings settings = changedSettings(device.settings(), arguments);
     device.advance(now); // until now by the old ones
     device.setSettings(settings);
     for (const Denomination& unit : units)
@@ -254,7 +254,7 @@ ControlResult reset(DeviceModel& device, ObjectReader& reader, Milliseconds now)
 {
     Settings settings = device.settings();
     if (const json* changes = reader.find("settings"))
-        settings = changedSettings(settings, changes->dump());
+        settings = changedSettings(settings, *changes);
     reader.refuseUnknown();
     device.startAfresh(settings, now);
     return result(json::object());

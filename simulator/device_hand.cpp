@@ -122,6 +122,13 @@ void DeviceModel::setSettings(Settings settings)
     m_settings = std::move(settings);
 }
 
+void DeviceModel::note(const std::string& text)
+{
+    auto& notes = m_settings.notes;
+    if (std::find(notes.begin(), notes.end(), text) == notes.end())
+        notes.push_back(text);
+}
+
 void DeviceModel::setUnit(const Denomination& unit)
 {
     m_drawer.setUnit(unit);

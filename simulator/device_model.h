@@ -106,6 +106,9 @@ public:
     /// Settings as they are from now on. The drawer's denominations, counts and the faults stay.
     void setSettings(Settings settings);
 
+    /// Something that people should know, told with the settings' notes.
+    void note(const std::string& text);
+
     /// All but the count of one of the drawer's denominations.
     void setUnit(const Denomination& unit);
 

@@ -26,8 +26,11 @@ Milliseconds millisecondsOf(auto duration)
 DeviceModel deviceOf(Settings settings, const StateFile* file, Milliseconds now)
 {
     const auto text = file != nullptr ? file->read() : std::nullopt;
-    if (!text)
-        return DeviceModel(std::move(settings));
+    if (!text) {
+        DeviceModel device(std::move(settings));
+        device.start(now);
+        return device;
+    }
     try {
         DeviceModel device(std::move(settings), parseSaved(*text), now);
         if (!device.balances())
@@ -50,7 +53,6 @@ public:
     {
         m_device.tillLeft(now());
         m_device.setWatcher([this](const DeviceEvent& event) { hear(event); });
-        m_device.start(now());
         if (m_file)
             m_file->write(savedText(m_device.saved(now())));
     }
@@ -236,31 +238,33 @@ private:
         m_changed.notify_all();
     }
 
-    /// A piece is in the file before anybody hears that it has moved.
     void hear(const DeviceEvent& event)
     {
-        if (event.kind == DeviceEvent::Kind::Piece)
-            save();
-        if (m_subscribers.empty())
-            return;
-        const std::string text = describeEvent(event, m_device);
-        for (const auto& [number, sink] : m_subscribers)
-            sink(text);
+        if (!m_subscribers.empty())
+            m_untold.push_back(describeEvent(event, m_device));
     }
 
+    /// What has moved is in the file before anybody hears of it.
     void afterChange()
     {
         save();
+        for (const std::string& event : std::exchange(m_untold, {}))
+            tell(event);
         if (!m_subscribers.empty()) {
             std::string state = describeState(m_device, now());
             if (state != m_toldState) {
                 m_toldState = std::move(state);
-                for (const auto& [number, sink] : m_subscribers)
-                    sink(describeStateEvent(m_toldState, now()));
+                tell(describeStateEvent(m_toldState, now()));
             }
         }
         endWaits();
         m_changed.notify_all();
+    }
+
+    void tell(const std::string& event) const
+    {
+        for (const auto& [number, sink] : m_subscribers)
+            sink(event);
     }
 
     void endWaits()
@@ -287,8 +291,9 @@ private:
         try {
             m_file->write(text);
             m_savedText = std::move(text);
-        } catch (const std::exception&) {
+        } catch (const std::exception& error) {
             m_savedText.clear();
+            m_device.note(error.what());
         }
     }
 
@@ -300,6 +305,7 @@ private:
     std::unique_ptr<StateFile> m_file;
     DeviceModel m_device;
     std::string m_savedText;
+    std::vector<std::string> m_untold; // events of the change that goes on
     std::string m_toldState;
     MessageSink m_sink;
     std::map<int, EventSink> m_subscribers;

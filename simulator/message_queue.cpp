@@ -5,9 +5,18 @@
 
 namespace simulator {
 
+namespace {
+
+// More than anybody waits for, and few enough for whoever makes the device talk without end.
+constexpr std::size_t MOST_MESSAGES = 10'000;
+
+} // namespace
+
 Milliseconds MessageQueue::post(std::string text, Milliseconds gap)
 {
     const Milliseconds due = m_lastDue ? std::max(m_earliest, *m_lastDue + gap) : m_earliest;
+    if (m_messages.size() >= MOST_MESSAGES)
+        return due;
     m_messages.push_back({due, std::move(text)});
     m_lastDue = due;
     return due;

@@ -13,6 +13,10 @@ namespace simulator {
 
 using nlohmann::json;
 
+/// Throws std::runtime_error, with the place of the fault, and also for texts that are nested so deeply that
+/// whoever walks through them would run out of stack.
+json parseJson(std::string_view text);
+
 /// Reads the members of one JSON object and complains of those that nobody asked for.
 class ObjectReader {
 public:

@@ -186,7 +186,7 @@ std::string savedText(const SavedDevice& saved)
 SavedDevice parseSaved(std::string_view text)
 {
     try {
-        const json file = json::parse(text);
+        const json file = parseJson(text);
         if (file.at("tellarion") != VERSION)
             damaged("it is of another version");
         const json& device = file.at("device");

@@ -181,25 +181,23 @@ std::vector<Denomination> Settings::defaultDrawer()
 
 Settings parseSettings(std::string_view text)
 {
-    return changedSettings({}, text);
+    try {
+        return changedSettings({}, parseJson(text));
+    } catch (const std::exception& error) {
+        const std::string why = error.what();
+        throw std::runtime_error(why.starts_with("not JSON") ? "settings: " + why : why);
+    }
 }
 
-Settings changedSettings(const Settings& settings, std::string_view text)
+Settings changedSettings(const Settings& settings, const json& changes)
 {
-    json object;
-    try {
-        object = json::parse(text);
-    } catch (const json::exception& error) {
-        throw std::runtime_error(std::string("settings: not JSON: ") + error.what());
-    }
     Settings changed = settings;
-    readSettings(changed, object);
+    readSettings(changed, changes);
     return changed;
 }
 
-std::vector<Denomination> changedUnits(const std::vector<Denomination>& units, std::string_view text)
+std::vector<Denomination> changedUnits(const std::vector<Denomination>& units, const json& list)
 {
-    const json list = json::parse(text);
     if (!list.is_array())
         throw std::runtime_error("drawer: must be a list of denominations");
     std::vector<Denomination> changed;

@@ -5,6 +5,7 @@
 #include "simulator/faults.h"
 
 #include <map>
+#include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -63,11 +64,11 @@ constexpr Milliseconds LEAST_MESSAGE_GAP = 20;
 /// Throws std::runtime_error with a text for people to read.
 Settings parseSettings(std::string_view json);
 
-/// The settings with those changed that the text names. Throws likewise.
-Settings changedSettings(const Settings& settings, std::string_view json);
+/// The settings with those changed that the object names. Throws likewise.
+Settings changedSettings(const Settings& settings, const nlohmann::json& changes);
 
-/// Those of "units" that the JSON list names, with what it changes of them. Counts can't be changed, and
+/// Those of "units" that the list names, with what it changes of them. Counts can't be changed, and
 /// denominations neither come nor go. Throws likewise.
-std::vector<Denomination> changedUnits(const std::vector<Denomination>& units, std::string_view json);
+std::vector<Denomination> changedUnits(const std::vector<Denomination>& units, const nlohmann::json& list);
 
 } // namespace simulator

@@ -390,6 +390,12 @@ TEST_F(Statuses, TheTableSaysWhatTheCallsAnswer)
                             g_nAmountPaidIn = mode == 3 ? 0 : 500;
                             g_nApiVersionKind = longForm ? 1 : 0;
                             g_sLastCallbackType.clear();
+                            // With good levels a payment sends its command without a question.
+                            g_nCurrentLowLevelWarningState.assumeLow();
+                            if (longForm) {
+                                g_nCurrentLowLevelWarningState.beginPayOut();
+                                g_nCurrentLowLevelWarningState.endPayOut();
+                            }
                             // Ready when a call has nearly given it up.
                             if (situation.status == DEVICE_BUSY && situation.manner == Manner::Silent)
                                 device.sayAfter(14900, head('a', g_nAmountPaidIn, state < 3 ? 0 : 3, mode));

@@ -89,5 +89,5 @@ std::string platform::ownModulePath(const char*)
 
 std::string platform::ownModuleVersion(const char*)
 {
-    return "1.2.3.4";
+    return ostrivane().ownVersion;
 }

@@ -35,6 +35,7 @@ struct ScriptedOstrivane {
     int (*callback)(const char* message) = nullptr;
 
     std::string ownPath; // where this library hears that it lies
+    std::string ownVersion = "1.2.3.4";
 };
 
 ScriptedOstrivane& ostrivane();

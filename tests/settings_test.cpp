@@ -134,6 +134,17 @@ TEST(TaggedText, Tags)
         EXPECT_EQ(value, getSettingsTag(tag, text, errorText)) << text;
         EXPECT_EQ(error, errorText) << text;
     }
+    const std::vector<std::tuple<std::string, int, std::string>> numbers{
+        {"", -1, "stringToInt: Empty string"},
+        {"00", 0, "stringToInt: Zero string value, Ok"},
+        {"x", -1, "stringToInt: inparam non-numeric"},
+        {"7x", 7, "stringToInt: Non-zero string value, Ok"},
+    };
+    for (const auto& [text, value, error] : numbers) {
+        std::string errorText = "old";
+        EXPECT_EQ(value, stringToInt(text, errorText)) << text;
+        EXPECT_EQ(error, errorText) << text;
+    }
 }
 
 TEST_F(SettingsChange, RefusesInOrder)

@@ -14,11 +14,12 @@
 //   library lacks tl_002                   or "can't be loaded", "can't be freed", "opens with 9 words",
 //                                          "says a0000000000" while opening, "as new"
 //   path /till/tllogics.dll                where the library is told that it lies
+//   version 1.2.3.4                        and which one it is
 //   file tllogics.ini: [Operation] | PayOutOkCheck=1
 //   environment TLCONFIG=shop
 //   wait 100                               milliseconds
 //   turn clock 3600                        the wall clock alone, by seconds
-//   101 times: device says ...
+//   101 times: device says ...             of which the last one is noted
 #include "environment.h"
 #include "exports.h"
 #include "logic/shared_state.h"
@@ -117,6 +118,10 @@ private:
             ostrivane().ownPath = line;
             return;
         }
+        if (takePrefix(line, "version ")) {
+            ostrivane().ownVersion = line;
+            return;
+        }
         if (takePrefix(line, "file ")) {
             const std::string name = takeUntil(line, ": ");
             std::string content;
@@ -134,8 +139,11 @@ private:
         if (takePrefix(line, "turn clock "))
             return virtual_clock::turnWallClock(std::stoll(line));
         const int count = std::stoi(takeUntil(line, " times: "));
-        for (int i = 0; i < count; ++i)
+        transcript().quiet(true);
+        for (int i = 1; i < count; ++i)
             run(line);
+        transcript().quiet(false);
+        run(line);
     }
 
     void call(const std::string& line)

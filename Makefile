@@ -1,6 +1,6 @@
 # The ways in: "make demo" and "make test" install what they need, by scripts/setup.sh.
 
-.PHONY: help demo test test-linux test-windows test-tsan test-asan check-format check-layers bench format clean
+.PHONY: help demo test test-linux test-windows test-tsan test-asan test-watch check-format check-layers bench format clean
 
 help:
 	@echo "make demo          build, and run a sale at the till on the simulated device"
@@ -9,6 +9,7 @@ help:
 	@echo "make test-windows  the tests built for Windows, under Wine"
 	@echo "make test-tsan     the tests with the thread sanitizer"
 	@echo "make test-asan     the tests with the address and undefined-behaviour sanitizers"
+	@echo "make test-watch    withhold each text of the library in turn: which one would no test miss? (some minutes)"
 	@echo "make check-format  find what clang-format would change"
 	@echo "make check-layers  find includes that point up, and knowledge of the operating system outside platform/"
 	@echo "make bench         measure what the library costs, beside what limits it"
@@ -26,6 +27,10 @@ test:
 
 test-linux test-windows test-tsan test-asan:
 	@scripts/test.sh $(@:test-%=%)
+
+test-watch:
+	@scripts/setup.sh linux
+	@scripts/watch.pl
 
 check-format check-layers:
 	@scripts/test.sh $(@:check-%=%)

@@ -100,30 +100,6 @@ TEST_F(Decoder, WhichMessagesMoveTheState)
     }
 }
 
-TEST_F(Decoder, OneMessageOneOrder)
-{
-    open();
-    device.say(head('a', 500, 0));
-    happened();
-    EXPECT_EQ(
-        (Texts{"<= sendStatusEvent: amount=500, status=2, mode=1", "<- b0000050021Note jam at 1405 in",
-               "!! ErrorEvent: errorCode=5, errorText=Note jam at 1405 in, extInfo=ErrorInfo Not set",
-               "<= sendErrorEvent: errorCode=5, errorText=Note jam at 1405 in, extInfo=ErrorInfo Not set"}),
-        logged("b0000050021Note jam at 1405 in"));
-    EXPECT_EQ((Texts{"status 500 2 1", "error 5 Note jam at 1405 in ErrorInfo Not set"}), happened());
-    EXPECT_EQ((Texts{"<- a0000050021", "<= sendStatusEvent: amount=500, status=2, mode=1"}),
-              logged("a0000050021")); // the same status again, logged since an error came between
-    EXPECT_EQ((Texts{"<- c0000030001"}), logged("c0000030001"));
-    EXPECT_EQ(500, g_nAmountPaidIn);
-    EXPECT_EQ(300, g_nAskPayoutRest);
-    EXPECT_EQ((Texts{"<- c0000020011", "<= sendStatusEvent: amount=200, status=1, mode=1"}),
-              logged("c0000020011"));
-    EXPECT_EQ(200, g_nAmountPaidIn);
-    EXPECT_EQ((Texts{"!! zap", "<- zap"}), logged("zap"));
-    EXPECT_EQ(DEVICE_ERROR, g_nLastCallbackStatus);
-    EXPECT_EQ(MODE_CLOSED, g_nLastCallbackMode);
-}
-
 TEST_F(Decoder, ABIsSortedByHeadKindAndFirstCharacter)
 {
     struct Row {
@@ -150,30 +126,6 @@ TEST_F(Decoder, ABIsSortedByHeadKindAndFirstCharacter)
         device.say(head('b', row.amount, row.status, 1, row.tail));
         EXPECT_EQ(row.events, happened()) << row.tail;
     }
-}
-
-TEST_F(Decoder, RepeatsAreDroppedUnlessTheSettingsWantThem)
-{
-    const std::string status = head('a', 5, 0);
-    const std::string text = head('b', 5, 0, 1, "Tella");
-    open();
-    device.say(status);
-    EXPECT_EQ((Texts{}), logged(status));
-    EXPECT_EQ((Texts{}), happened());
-    EXPECT_EQ("0 Done", call(resetTL)); // the first answer to a command counts as a change
-    EXPECT_EQ((Texts{"<- a0000000501", "<= sendStatusEvent: amount=5, status=0, mode=1"}), logged(status));
-
-    call(changeSettingsTL, "LoggEveryCallback:1;", 0);
-    EXPECT_EQ((Texts{"== ctllogics.callbackfunc: Started with message = " + status, "<- " + status}),
-              logged(status));
-    EXPECT_EQ((Texts{}), happened());
-    call(changeSettingsTL, "ForwardCallbackChangeOnly:0;LoggEveryCallback:0;", 0);
-    EXPECT_EQ((Texts{}), logged(status)); // sent, and logged neither as a message nor as an event
-    EXPECT_EQ((Texts{"status 5 0 1"}), happened());
-    device.say(text);
-    forget();
-    device.say(text);
-    EXPECT_EQ((Texts{"session 4 0 Tella"}), happened());
 }
 
 TEST_F(Decoder, WhatXAndVTell)

@@ -28,25 +28,6 @@ TEST_F(Language, TranslatesWhatReachesTheApplicationAndNotTheLog)
     EXPECT_EQ("0 100 % klart %s %n", call(registerHwndTL, nobody));
 }
 
-TEST_F(Language, WordsTheDevicesCodes)
-{
-    scratch::write("tllang.ini", "[Lang]\nError Code 7=Fel sju\nWarning Code 5=Snart slut\nLow=L\xC3\xA5g\n"
-                                 "Left=Kvar\nInformation Code 12=" +
-                                     std::string(200, 'i') + "\n");
-    const std::string level = "05 10x";
-    openLong();
-    device.say(head('b', 0, 0, 1, "2000506" + level));
-    device.say(head('b', 0, 0, 1, "3001204text"));
-    device.say(head('b', 0, 0, 1, "0000506" + level)); // a code that is not given
-    device.say(head('b', 0, 2, 1, "2000702no"));
-    EXPECT_EQ((Texts{"status 0 0 1", "level 1000 5 05 10x",
-                     "warning 2 1000 5 Snart slut 10 10 Snart slut (5 Kvar) 05 10x",
-                     "information " + std::string(98, 'i'), "level 1000 5 05 10x",
-                     "warning 2 1000 5 L\xC3\xA5g 10 10 L\xC3\xA5g (5 Kvar) 05 10x", "status 0 2 1",
-                     "error 7 Fel sju ErrorInfo Not set"}),
-              happened());
-}
-
 TEST_F(Language, SearchesItsPlacesInOrder)
 {
     scratch::write("tllang.ini", "[Lang]\nDone=here\n");

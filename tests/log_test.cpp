@@ -1,4 +1,4 @@
-// The log files: one whole sale line by line, and what becomes of the files as time goes by.
+// The log files: what becomes of them as time goes by.
 #include "till.h"
 
 #include "diag/log.h"
@@ -30,43 +30,9 @@ protected:
         std::erase(text, '\r');
         return text;
     }
-
-    /// What the file should be; "@...@" stand for the places that differ from run to run.
-    static std::string expected(const std::string& file)
-    {
-        std::string text = scratch::source("tests/one_sale/" + file);
-        const std::string ini = std::filesystem::path("./tllogics.ini").make_preferred().string();
-        for (const auto& [mark, place] :
-             {std::pair<std::string, std::string>{"@INI@", ini}, {"@LIBRARY@", scratch::path("library/")}})
-            for (std::size_t at = 0; (at = text.find(mark)) != std::string::npos;)
-                text.replace(at, mark.size(), place);
-        return text;
-    }
 };
 
 } // namespace
-
-TEST_F(LogFiles, OneSaleInAllThree)
-{
-    device.on("f")
-        .says(10, head('a', 500, 1))
-        .says(20, head('a', 0, 0))
-        .says(20, head('b', 0, 0, 1, "05 100 SEK"));
-    scratch::write("tllogics.ini", "[Operation]\nPayOutOkCheck=1\n");
-    std::int32_t rest = 77;
-    EXPECT_EQ("0 Done", call(registerEvents4TL, onStatus, onError, onLevelWarning, onInformation, onSession));
-    EXPECT_EQ("0 Done", call(initTL, "Type:RS232;Name:COM7;", ""));
-    EXPECT_EQ("0 Done", call(loginTL, 7, 5));
-    device.say(head('a', 500, 0));
-    EXPECT_EQ("10 Amount to deposit too big", call(payout2TL, 0, 501, nullptr, &rest));
-    EXPECT_EQ("0 Done", call(payout2TL, 120, 380, "T1", &rest));
-    EXPECT_EQ("0 Done", call(logoutTL));
-    EXPECT_EQ("0 Done", call(exitTL));
-
-    EXPECT_EQ(expected("tlapi.txt"), whole("tlapi_Sun.log"));
-    EXPECT_EQ(expected("tllogic.txt"), whole("tllogic_Sun.log"));
-    EXPECT_EQ(expected("tlerror.txt"), whole("tlerror_Nov.log"));
-}
 
 TEST_F(LogFiles, TheFirstLineAfterMidnightOpensTheNextDays)
 {

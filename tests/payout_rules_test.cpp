@@ -80,22 +80,6 @@ TEST_F(PayoutRules, AsksBeforeItPays)
     }
 }
 
-TEST_F(PayoutRules, ARestIsTheAnswerWhateverTheDeviceSaysAfterIt)
-{
-    open();
-    ASSERT_EQ("0 Done", call(askPayoutTL, 5000));
-    device.on("d").says(10, head('c', 100, 0)).says(5500, head('a', 0, 2)); // no "b", and then an error
-    forget();
-    const std::int64_t start = virtual_clock::now();
-    EXPECT_EQ("8 Not possible (rest)", payout(6000));
-    EXPECT_EQ(100, rest);
-    EXPECT_EQ(5500, virtual_clock::now() - start);
-    EXPECT_EQ("d", device.sentLetters());
-    EXPECT_EQ("0 Done", payout(6000));
-    EXPECT_EQ("f", device.sentLetters()); // the amount of the last ask, the success of the one before
-    EXPECT_EQ("8 Not possible (rest)", payout(6000)); // which is used up now
-}
-
 TEST_F(PayoutRules, EachFailureLeavesBehindWhatItDid)
 {
     struct Row {
@@ -189,42 +173,4 @@ TEST_F(PayoutRules, MoneyThatIsKeptMakesRoom)
     standReady(STATE_PAYIN_ENABLED, 100);
     EXPECT_EQ(limited, call(amountDueTL, -2000, "T3", &rest)); // more change than was paid in
     EXPECT_EQ(1, countOf("(1000 + (2100 - 100) > 1000)", errorLog()));
-}
-
-TEST_F(PayoutRules, WhatEachOperationSendsAndWhetherStatusEventsWaitMeanwhile)
-{
-    struct Row {
-        std::string command;
-        bool waits; // an "a" inside the send raises no event
-        int state;
-        std::function<std::string()> operation;
-    };
-    const std::vector<Row> rows{
-        {"f|00000001|00001250|T7", true, 2, [&] { return call(payout2TL, 1, 1250, "T7", &rest); }},
-        {"f|99999999|00000000", true, 2, [] { return call(payoutTL, 99999999, 0, ""); }},
-        {"f|00000000|00000000", true, 2, [] { return call(payoutTL, 0, 0, nullptr); }},
-        {"f|00000000|00001250|T8", true, 3, [] { return call(depositTL, "T8"); }},
-        {"c|00000500|T9", true, 3, [&] { return call(dispenseTL, 500, "T9", &rest); }},
-        {"c|00000500", true, 3, [&] { return call(dispenseTL, 500, "", &rest); }},
-        {"d|-0000005", false, 3, [] { return call(askPayoutTL, -5); }},
-        {"d|12345678", false, 3, [] { return call(askPayoutTL, 123456789); }},
-        {"l|00000042", false, 2, [] { return call(informTotalAmountTL, 42); }},
-        {"e|1", true, 2, [] { return call(changeTL); }},
-        {"e|2", true, 2, [] { return call(regretTL, 0); }},
-        {"e|3", false, 1, [] { return call(resetTL); }},
-        {"e|4", true, 2, [] { return call(regretTL, 1); }},
-        {"h", false, 3, [] { return call(enablePayinTL); }},
-        {"g", false, 2, [] { return call(disablePayinTL); }},
-    };
-    openUnasked("");
-    for (const Row& row : rows) {
-        standReady(row.state, 1250);
-        const std::string answer = row.command[0] == 'd' ? head('c', 0, 0) : head('a', 0, 3);
-        device.on(row.command).says(-1, head('a', 1250, 1)).says(20, answer);
-        forget();
-        EXPECT_EQ("0 Done", row.operation()) << row.command;
-        EXPECT_EQ(Texts{row.command}, device.sent());
-        EXPECT_EQ(row.waits ? 0 : 1, countOf("status 1250 1 1", happened())) << row.command;
-        EXPECT_EQ(1, countOf("<- a0000125011", logicLog())) << row.command;
-    }
 }

@@ -149,21 +149,3 @@ TEST_F(Refusals, TheFirstReasonInItsOrderDecides)
         }
     }
 }
-
-TEST_F(Refusals, StateDecides)
-{
-    open();
-    for (const Operation& operation : operations) {
-        for (const bool extended : {true, false}) {
-            int state = 0;
-            for (const int expected : extended ? operation.withCommands : operation.without) {
-                World world{.state = ++state, .extended = extended};
-                arrange(operation, world);
-                const std::string shown =
-                    compose(operation.name, " in state ", state, ", extended: ", extended);
-                EXPECT_EQ(expected, std::stoi(operation.call(world))) << shown;
-                EXPECT_EQ(expected == 0, !device.sent().empty()) << shown;
-            }
-        }
-    }
-}

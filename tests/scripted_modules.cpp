@@ -19,9 +19,16 @@ void put(const std::string& text, char* buffer)
     std::copy_n(text.c_str(), text.size() + 1, buffer);
 }
 
+void noteCall(const std::string& call)
+{
+    ostrivane().calls.push_back(call);
+    if (ostrivane().onCall)
+        ostrivane().onCall(call);
+}
+
 void initiate(int (*callback)(const char*), const char* portName, char* answer, std::int16_t* returnCode)
 {
-    ostrivane().calls.push_back(std::string("tl_initiate2 ") + (portName == nullptr ? "(null)" : portName));
+    noteCall(std::string("tl_initiate2 ") + (portName == nullptr ? "(null)" : portName));
     ostrivane().callback = callback;
     put(ostrivane().openAnswer, answer);
     *returnCode = ostrivane().openCode;
@@ -31,7 +38,7 @@ void initiate(int (*callback)(const char*), const char* portName, char* answer, 
 
 void dini(void*, char*)
 {
-    ostrivane().calls.push_back("tl_dini");
+    noteCall("tl_dini");
 }
 
 void sendCommand(const char* command, char* answer)
@@ -44,7 +51,7 @@ void sendCommand(const char* command, char* answer)
 
 void loggedOut(const char* text, char* answer)
 {
-    ostrivane().calls.push_back(std::string("tl_loggedout") + text);
+    noteCall(std::string("tl_loggedout") + text);
     put("", answer);
 }
 
@@ -56,8 +63,9 @@ platform::Module platform::loadModule(const char* name)
 {
     if (std::string(name) != "Ostrivane" || !ostrivane().canBeLoaded)
         return nullptr;
-    ++ostrivane().loads;
     ++ostrivane().references;
+    if (ostrivane().onCall)
+        ostrivane().onCall("load");
     return &module;
 }
 
@@ -79,6 +87,8 @@ bool platform::freeModule(Module)
     if (!ostrivane().canBeFreed)
         return false;
     --ostrivane().references;
+    if (ostrivane().onCall)
+        ostrivane().onCall("free");
     return true;
 }
 

@@ -17,9 +17,9 @@ struct ScriptedOstrivane {
     std::function<std::string(const std::string& command)> onCommand; // hands back the whole answer
     std::function<void()> onOpening;                                  // while the link is being opened
     std::function<void(const char* message)> onDelivery;              // sees each message before the library
+    std::function<void(const std::string& call)> onCall; // hears of loading, freeing and all but commands
 
     // What was done with it.
-    int loads = 0;
     int references = 0;
     std::vector<std::string> calls; // "tl_initiate2 COM7", "tl_loggedout", "tl_dini"
     std::vector<std::string> commands;

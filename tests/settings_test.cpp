@@ -147,43 +147,6 @@ TEST(TaggedText, Tags)
     }
 }
 
-TEST_F(SettingsChange, RefusesInOrder)
-{
-    EXPECT_EQ(4, changeSettingsTL("x:1", 2, nullptr));
-    EXPECT_EQ("4 unknown durationType", change("", 2));
-    EXPECT_EQ("4 unknown durationType", change("x:1", -1));
-    EXPECT_EQ("4 initSettings is empty", change("", 0));
-    EXPECT_EQ("4 initSettings is empty", call(changeSettingsTL, nullptr, 1));
-    const std::string failed = "!! changeSettingsTL: Failed! Returning 4 (TL_STATUS_INPUT_PARAM_ERROR): ";
-    const std::string unknown = failed + "Unknown durationType";
-    const std::string empty = failed + "initSettings is empty";
-    EXPECT_EQ((Texts{failed + "message parameter is null", unknown, unknown, empty, empty}), errorLog());
-}
-
-TEST_F(SettingsChange, TakesWhatReadsAndPassesOverTheRest)
-{
-    EXPECT_EQ("0 Done", change("nonsense", 0));
-    EXPECT_EQ((Texts{"=> CTLLogics::changeSettings(\"nonsense\", 0)",
-                     "## CTLSettings::NewSettings: Failed to get LevelWarningFilter, with error message: "
-                     "getSettingsTag: Field name not found."}),
-              logicLog());
-    const std::string mixed =
-        "StatusOkTimeout:-1;PayOutOkCheck:x;AutoDisable:007;LogDebug:5;CurrencyDecimals:;"
-        "LevelWarningFilter:20270101:100";
-    EXPECT_EQ("0 Done", change(mixed, 0));
-    EXPECT_EQ((Texts{"=> CTLLogics::changeSettings(\"" + mixed + "\", 0)",
-                     "## CTLSettings::NewSettings: Setting new AutoDisable: 7",
-                     "## CTLSettings::NewSettings: Setting new LevelWarningFilter: 20270101:100",
-                     "## CTLSettings::NewSettings: Setting new LogDebug: 1"}),
-              logicLog());
-    EXPECT_EQ(7, g_nAutoDisable);
-    EXPECT_EQ("20270101:100", g_strLevelWarningFilter.get());
-    // What was changed before initTL is read over by it.
-    init();
-    EXPECT_EQ(0, g_nAutoDisable);
-    EXPECT_EQ("", g_strLevelWarningFilter.get());
-}
-
 TEST_F(SettingsChange, EveryNumberReachesItsCopyAtOnce)
 {
     EXPECT_EQ("0 Done",
@@ -195,39 +158,6 @@ TEST_F(SettingsChange, EveryNumberReachesItsCopyAtOnce)
               (std::vector<int>{g_nCurrencyDecimals, g_nLegacySystem, g_nAutoDisable,
                                 g_nForwardCallbackChangeOnly, g_nLoggEveryCallback, g_nLoggSendEvents}));
     EXPECT_FALSE(g_bLogCRToCAPI || g_bLogCAPIToCR || g_bLogComToCAPI || g_bLogCAPIToCom || g_bLogDebug);
-}
-
-TEST_F(SettingsChange, ComesBackAfterAPaymentThatReachedTheDevice)
-{
-    open("AskPayOutAmountLimit:100000");
-    device.say(head('a', 500, 0));
-    change("LogDebug:0;StatusOkTimeout:20;PayOutAmountPerTimeLimitAmount:50", 1);
-    std::int32_t rest = 0;
-    EXPECT_EQ("11 Payout larger than allowed limit per time unit", call(payout2TL, 300, 100, "", &rest));
-    EXPECT_EQ("10 Amount to deposit too big", call(payout2TL, 0, 501, "", &rest));
-    EXPECT_EQ("12 Not Supported", call(dispenseTL, 10, "", &rest));
-    EXPECT_FALSE(g_bLogDebug); // refusals end nothing
-    device.on("f").answers("1");
-    // The text of initTL was a change for good, which the next temporary one undoes.
-    EXPECT_EQ((Texts{"Restored PayOutAmountPerTimeLimitAmount: 0", "Restored AskPayOutAmountLimit: 4900",
-                     "Restored StatusOkTimeout: 10", "Restored LogDebug: 1"}),
-              restoredByPayment());
-    EXPECT_TRUE(g_bLogDebug);
-    EXPECT_EQ(Texts{}, restoredByPayment());
-
-    // Each way out of a dispense that got as far ends them too.
-    for (const std::string& fate : Texts{"refused", "never busy", "never ready", "paid"}) {
-        g_TLState = STATE_PAYIN_DISABLED;
-        change("PayOutOkCheck:1;CurrencyDecimals:1", 1);
-        Reply& reply = device.on("c").answers(fate == "refused" ? "2" : "0");
-        if (fate == "never ready" || fate == "paid")
-            reply.says(10, head('a', 0, 1));
-        if (fate == "paid")
-            reply.says(50, head('a', 0, 0));
-        call(dispenseTL, 0, "", &rest);
-        EXPECT_EQ(2, g_nCurrencyDecimals) << fate;
-        device.say(head('a', 0, 0));
-    }
 }
 
 TEST_F(SettingsChange, KeepsItsIrregularities)

@@ -81,6 +81,7 @@ public:
         ostrivane().onDelivery = [](const char* message) {
             transcript().happened("said", message == nullptr ? "(null)" : message);
         };
+        ostrivane().onCall = [](const std::string& call) { transcript().happened("link", call); };
         listen();
     }
 

@@ -1,5 +1,5 @@
 // The arrays in which coins and notes travel.
-#include "till.h"
+#include "library_test.h"
 
 #include <cstdlib>
 #include <limits>
@@ -49,7 +49,7 @@ std::string dispenseSpecified(std::vector<CashCountRecord> coins, std::vector<Ca
     return got.coins == coins.data() ? outcome + " untouched" : release(got, outcome);
 }
 
-class Administration : public Till {
+class Administration : public LibraryTest {
 protected:
     /// Logged in with pay-in disabled, in administration mode or not.
     void openFor(std::int32_t state, bool administration)

@@ -1,9 +1,9 @@
 // What each message of the device does: the shared state, the log, and the events.
-#include "till.h"
+#include "library_test.h"
 
 namespace {
 
-class Decoder : public Till {
+class Decoder : public LibraryTest {
 protected:
     /// The logic log after one message.
     Texts logged(const std::string& message)

@@ -1,12 +1,12 @@
 // What reaches the application: level texts as numbers and words, the filter, cut texts, queues of a window.
-#include "till.h"
+#include "library_test.h"
 
 #include "config/settings.h"
 #include "events/queues.h"
 
 namespace {
 
-class Events : public Till {
+class Events : public LibraryTest {
 protected:
     /// The events of a "b" that has this text and nothing else to tell.
     Texts of(const std::string& text, int status = 0)

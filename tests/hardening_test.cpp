@@ -1,14 +1,14 @@
 // What a device, a file or a till can do wrong: texts and parts without end, line ends where none belong, a
 // call beside an exit, reconnecting for years.
 #include "environment.h"
-#include "till.h"
+#include "library_test.h"
 
 #include "diag/log.h"
 #include "events/decoder.h"
 
 namespace {
 
-class Hardening : public Till {};
+class Hardening : public LibraryTest {};
 
 } // namespace
 

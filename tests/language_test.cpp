@@ -1,5 +1,5 @@
 // The language file: how it is found and read, and that its list, the code and the samples agree.
-#include "till.h"
+#include "library_test.h"
 
 #include "config/ini_file.h"
 #include "config/settings.h"
@@ -15,7 +15,7 @@ namespace fs = std::filesystem;
 
 const fs::path ROOT = TLLOGICS_SOURCE_DIR;
 
-class Language : public Till {};
+class Language : public LibraryTest {};
 
 TEST_F(Language, TranslatesWhatReachesTheApplicationAndNotTheLog)
 {

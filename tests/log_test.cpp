@@ -1,5 +1,5 @@
 // The log files: what becomes of them as time goes by.
-#include "till.h"
+#include "library_test.h"
 
 #include "diag/log.h"
 #include "environment.h"
@@ -11,7 +11,7 @@ using namespace std::chrono;
 constexpr sys_days monday = 2026y / November / 23;
 constexpr sys_days nextMonday = 2026y / November / 30;
 
-class LogFiles : public Till {
+class LogFiles : public LibraryTest {
 protected:
     void SetUp() override {} // the lines of the load count
 

@@ -1,6 +1,6 @@
 // What becomes of a call, a message and the log when there is no memory: no exception, and never a "Done"
 // that isn't.
-#include "till.h"
+#include "library_test.h"
 
 #include "events/decoder.h"
 #include "logic/ctllogics.h"
@@ -34,7 +34,7 @@ void operator delete(void* memory, std::size_t) noexcept
 
 namespace {
 
-class Memory : public Till {
+class Memory : public LibraryTest {
 protected:
     /// Runs "action" with no allocation, one, two, and so on until it has enough; how often it hadn't.
     template <typename Prepare, typename Action>

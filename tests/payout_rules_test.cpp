@@ -1,11 +1,11 @@
 // Asking before paying, the limit on money paid per time, and what a pay-out leaves behind.
-#include "till.h"
+#include "library_test.h"
 
 namespace {
 
 const std::string limited = "11 Payout larger than allowed limit per time unit";
 
-class PayoutRules : public Till {
+class PayoutRules : public LibraryTest {
 protected:
     void standReady(int state, int paidIn)
     {

@@ -1,9 +1,9 @@
 // Opening and closing a session, and what is known of the device meanwhile.
-#include "till.h"
+#include "library_test.h"
 
 namespace {
 
-class Session : public Till {
+class Session : public LibraryTest {
 protected:
     /// Level, commands, master and info as the application gets them.
     std::string info()

@@ -1,5 +1,5 @@
 // Where settings come from, how their texts are read, and their changes at run time.
-#include "till.h"
+#include "library_test.h"
 
 #include "config/settings.h"
 #include "diag/log.h"
@@ -10,7 +10,7 @@ namespace {
 
 const std::string reading = "## CTLLogics::getIniFileSettings: ";
 
-class StartUp : public Till {
+class StartUp : public LibraryTest {
 protected:
     /// The lines of the search and the reading in one initTL, without their head.
     Texts search()
@@ -36,7 +36,7 @@ protected:
     }
 };
 
-class SettingsChange : public Till {
+class SettingsChange : public LibraryTest {
 protected:
     std::string change(const std::string& settings, int duration)
     {

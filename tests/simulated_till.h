@@ -1,10 +1,10 @@
 // A till on the simulated device, both on the virtual clock.
 #pragma once
 
+#include "library_test.h"
 #include "simulator/control.h"
-#include "till.h"
 
-class SimulatedTill : public Till {
+class SimulatedTill : public LibraryTest {
 protected:
     void SetUp() override { useDevice({}); }
 

@@ -1,6 +1,6 @@
 // The table of statuses, docs/statuses.tsv, against the library and its header: every call is made in every
 // situation that decides what it answers.
-#include "till.h"
+#include "library_test.h"
 
 #include "text/ascii.h"
 
@@ -239,7 +239,7 @@ const Calls otherCalls{
 /// What the device does about a command that it takes.
 enum class Manner { Well, Silent, Fails, LeavesARest, Refuses };
 
-class Statuses : public Till {
+class Statuses : public LibraryTest {
 protected:
     void observe(const std::string& name, const std::string& outcome)
     {

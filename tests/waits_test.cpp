@@ -1,5 +1,5 @@
 // The very round in which a wait ends.
-#include "till.h"
+#include "library_test.h"
 
 namespace {
 
@@ -101,7 +101,7 @@ const std::vector<Wait> waits{
     {"regret stops", 2000, readyAgain("e|2", 0), regret, timedOut, "0 Done", 10},
 };
 
-class Waits : public Till {
+class Waits : public LibraryTest {
 protected:
     void SetUp() override { open("PayOutOkCheck:1;ChangeOkCheck:1;RegretOkCheck:1;StatusOkTimeout:2;"); }
 

@@ -1,9 +1,9 @@
 // The numbers of the events that are posted to a window, which is a socket here.
-#include "till.h"
+#include "library_test.h"
 
 #include <sys/socket.h>
 
-TEST_F(Till, EventsArePostedAsNumbers)
+TEST_F(LibraryTest, EventsArePostedAsNumbers)
 {
     int ends[2];
     ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_DGRAM, 0, ends));

@@ -32,9 +32,9 @@ std::string call(std::int16_t (*function)(Parameters...), const Arguments&... ar
     return std::to_string(status) + " " + message.data();
 }
 
-class Till : public testing::Test {
+class LibraryTest : public testing::Test {
 protected:
-    Till() { ostrivane().ownPath = scratch::path("library/tllogics.dll"); }
+    LibraryTest() { ostrivane().ownPath = scratch::path("library/tllogics.dll"); }
 
     void SetUp() override { forget(); }
 

@@ -4,7 +4,14 @@
 #include "platform/files.h"
 #include "text/compose.h"
 
+#include <atomic>
+
 namespace {
+
+constexpr const char* SECTION = "Lang";
+
+// Known once the file was read: most tills have none, and then a lookup searches nothing.
+constinit std::atomic<bool> nothingIsTranslated{false};
 
 std::string findLanguageFile()
 {
@@ -26,6 +33,7 @@ const CIniFile& languageFile()
     if (g_pLangFile == nullptr) {
         g_pLangFile = std::make_unique<CIniFile>(findLanguageFile());
         g_pLangFile->ReadFile();
+        nothingIsTranslated = g_pLangFile->FindSection(SECTION) < 0;
     }
     return *g_pLangFile;
 }
@@ -34,7 +42,9 @@ const CIniFile& languageFile()
 
 std::string TLLangSupport::lookupText(const std::string& key)
 {
-    const std::string translation = languageFile().GetValue("Lang", key, "");
+    if (nothingIsTranslated)
+        return key;
+    const std::string translation = languageFile().GetValue(SECTION, key, "");
     return translation.empty() ? key : translation;
 }
 

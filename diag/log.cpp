@@ -25,12 +25,6 @@ std::string formatted(const platform::LocalTime& time, const char* format)
     return text.data();
 }
 
-/// A number for the local date, never 0.
-int dayOf(const platform::LocalTime& time)
-{
-    return (time.calendar.tm_year + 1900) * 1000 + time.calendar.tm_yday;
-}
-
 bool isSameSecond(const std::tm& one, const std::tm& other)
 {
     return one.tm_sec == other.tm_sec && one.tm_min == other.tm_min && one.tm_hour == other.tm_hour &&
@@ -80,7 +74,8 @@ void emptyIfOld(platform::AppendFile& file, const std::string& path, const AgeMa
 /// Ends a text at its first NUL and keeps it on one line.
 void tidy(std::string& line, std::size_t start)
 {
-    std::size_t at = line.find_first_of(std::string_view("\0\r\n", 3), start);
+    // Three searches for a character are faster than one for any of the three, and find nothing but rarely.
+    std::size_t at = std::min({line.find('\0', start), line.find('\r', start), line.find('\n', start)});
     while (at != std::string::npos) {
         if (line[at] == '\0') {
             line.resize(at);
@@ -156,7 +151,7 @@ bool isSafeFolderName(const std::string& name)
 CLogFiles::CLogFiles()
 {
     const platform::LocalTime now = platform::localTime();
-    m_nDay = dayOf(now);
+    m_nDay = dayNumber(now.calendar);
     findDirectory();
     if (!m_sDirectory.empty())
         openFiles(now);
@@ -214,11 +209,9 @@ void CLogFiles::write(AppendText append, const void* text, const char* mark, Log
     if (file == LOG_FILE_ERROR)
         m_sLine += m_sDate;
     m_sLine += m_sSecond;
-    for (const int unit : {100, 10, 1})
-        m_sLine += static_cast<char>('0' + now.milliseconds / unit % 10);
-    m_sLine += ' ';
-    m_sLine += mark;
-    m_sLine += ' ';
+    const auto digit = [&](int unit) { return static_cast<char>('0' + now.milliseconds / unit % 10); };
+    const std::array<char, 7> rest{digit(100), digit(10), digit(1), ' ', mark[0], mark[1], ' '};
+    m_sLine.append(rest.data(), rest.size());
     const std::size_t start = m_sLine.size();
     append(m_sLine, text);
     tidy(m_sLine, start);
@@ -243,7 +236,7 @@ void logLine(AppendText append, const void* text, LogKind kind, LogFile file) no
 try {
     const char* const mark = openMark(kind);
     // A line that is not written opens the day's files all the same, but doesn't wait for them.
-    if (mark == nullptr && g_nLogDay == dayOf(platform::localTime()))
+    if (mark == nullptr && g_nLogDay == platform::localDay())
         return;
     const LogLock lock;
     if (!lock)
@@ -251,7 +244,7 @@ try {
     if (g_pLogFiles == nullptr || g_pLogFiles->hasNoDirectory())
         openLog();
     const platform::LocalTime now = platform::localTime();
-    if (dayOf(now) != g_pLogFiles->day()) {
+    if (dayNumber(now.calendar) != g_pLogFiles->day()) {
         g_pFormerLogFiles.reset();
         g_pLogFiles.reset();
         openLog();

@@ -29,7 +29,7 @@ constexpr std::size_t MOST_OF_PARTS = 8192;
 constexpr std::int32_t INFORMATION_KIND = 3;
 
 /// Tells the log of a message that could not be read, and every waiting operation of an error.
-void failMessage(const std::string& raw, const char* line)
+void failMessage(std::string_view raw, const char* line)
 {
     g_nLastCallbackStatus = DEVICE_ERROR;
     g_sLastDeviceMessage.set(raw);
@@ -103,18 +103,18 @@ void storeAskAnswer(const DeviceMessage& message)
 void storeCommandSet(const DeviceMessage& message)
 {
     g_nApiVersionKind = 0; // the "v" answer tells it again
-    const std::string& text = message.strMessage;
+    const std::string_view text = message.strMessage;
     if (text.size() < COMMANDS_AT)
         return;
     g_sMasterVersion.set(compose(text.substr(MASTER_MAJOR_AT, 2), ".", text.substr(MASTER_MINOR_AT, 2)));
-    std::string commands = text.substr(COMMANDS_AT);
+    std::string commands(text.substr(COMMANDS_AT));
     commands.erase(std::remove_if(commands.begin(), commands.end(), isDigit), commands.end());
     g_sSupportedCommands.set(commands);
 }
 
 void storeVersion(const DeviceMessage& message)
 {
-    const std::string& text = message.strMessage;
+    const std::string_view text = message.strMessage;
     if (text.size() < 3)
         return;
     g_nApiVersionKind = leadingNumber(text.substr(0, 1));
@@ -123,17 +123,17 @@ void storeVersion(const DeviceMessage& message)
 }
 
 /// A part that doesn't fit on its pile: an answer that long is none.
-bool refusePart(const std::string& raw)
+bool refusePart(std::string_view raw)
 {
     failMessage(raw, "ctllogics.callbackfunc: Error in format of received callback");
     return false;
 }
 
 /// False if the count could not be read.
-bool joinCount(const std::string& raw)
+bool joinCount(std::string_view raw)
 {
     logDebug(pieces("ctllogics.callbackfunc: J command=", raw));
-    const std::string_view payload = std::string_view(raw).substr(1);
+    const std::string_view payload = raw.substr(1);
     const bool isPart = raw.back() == '~';
     const auto pile =
         g_sCountParts.append(isPart ? payload.substr(0, raw.size() - 2) : payload, "", MOST_OF_PARTS);
@@ -156,7 +156,7 @@ bool joinCount(const std::string& raw)
 }
 
 /// False if the answer is too long.
-bool joinAdministration(const std::string& raw)
+bool joinAdministration(std::string_view raw)
 {
     logDebug(pieces("ctllogics.callbackfunc: E command=", raw));
     const auto pile = g_sEParts.append(raw, "|", MOST_OF_PARTS);
@@ -173,7 +173,7 @@ bool joinAdministration(const std::string& raw)
     return true;
 }
 
-void storeUnknown(const std::string& raw, const DeviceMessage& message)
+void storeUnknown(std::string_view raw, const DeviceMessage& message)
 {
     g_nLastCallbackStatus = DEVICE_ERROR;
     g_nLastCallbackMode = message.nMode;
@@ -181,11 +181,10 @@ void storeUnknown(const std::string& raw, const DeviceMessage& message)
 }
 
 /// False if the message goes no further because nothing changed.
-bool logRawMessage(const std::string& raw)
+bool logRawMessage(std::string_view raw)
 {
-    if (raw != g_sLastDeviceMessage.get()) {
+    if (g_sLastDeviceMessage.change(raw)) {
         logLine(raw, LOG_DEVICE_IN, LOG_FILE_LOGIC);
-        g_sLastDeviceMessage.set(raw);
         return true;
     }
     if (g_nLoggEveryCallback == 1)
@@ -196,18 +195,19 @@ bool logRawMessage(const std::string& raw)
 /// The event of a "b" depends on what its text is about.
 void forwardEvent(const DeviceMessage& message, std::int32_t previousStatus)
 {
+    const std::string text(message.strMessage);
     const std::int32_t code = message.nMessageKind == 0 ? 0 : message.nMessageCode;
     if (message.nStatus == DEVICE_ERROR && previousStatus != DEVICE_ERROR)
-        sendErrorEvent(message.strMessage, code);
+        sendErrorEvent(text, code);
     else if (message.nMessageKind == INFORMATION_KIND)
-        sendInformationEvent(message.strMessage, message.nMessageCode);
-    else if (!message.strMessage.empty() && isLetter(message.strMessage.front()))
-        sendCashSessionEvent(message.strMessage);
+        sendInformationEvent(text, message.nMessageCode);
+    else if (!text.empty() && isLetter(text.front()))
+        sendCashSessionEvent(text);
     else
-        sendCashLevelEvent(message.strMessage, code);
+        sendCashLevelEvent(text, code);
 }
 
-void forward(const std::string& raw, const DeviceMessage& message, std::int32_t previousStatus)
+void forward(std::string_view raw, const DeviceMessage& message, std::int32_t previousStatus)
 {
     if (!logRawMessage(raw))
         return;
@@ -231,7 +231,7 @@ void forward(const std::string& raw, const DeviceMessage& message, std::int32_t 
 }
 
 /// Writes what the message says into the shared state. False if it goes no further.
-bool storeMessage(const std::string& raw, DeviceMessage& message)
+bool storeMessage(std::string_view raw, DeviceMessage& message)
 {
     // The name first, then the fields; waits see the name with the last of them.
     g_sLastCallbackType.begin(message.strCmd);
@@ -273,7 +273,7 @@ bool storeMessage(const std::string& raw, DeviceMessage& message)
 
 int callbackfunc(const char* message)
 try {
-    const std::string raw = message == nullptr ? "" : message;
+    const std::string_view raw = message == nullptr ? "" : message;
     const std::int32_t previousStatus = g_nLastCallbackStatus;
     if (g_nLoggSendEvents != 0 && g_nLoggEveryCallback == 1)
         logDebug(pieces("ctllogics.callbackfunc: Started with message = ", raw));

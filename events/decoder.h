@@ -2,17 +2,17 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
+#include <string_view>
 
-/// The fields of one message.
+/// The fields of one message. Their texts are parts of it.
 struct DeviceMessage {
-    std::string strCmd;            // the letter
+    std::string_view strCmd;       // the letter
     std::int32_t amountOrRest = 0; // in the smallest unit
     std::int32_t nStatus = 0;      // DeviceStatus
     std::int32_t nMode = 0;        // DeviceMode
     std::int32_t nMessageKind = 0; // of the long forms: 0 no code is given, 3 an information message
     std::int32_t nMessageCode = 0; // of the long forms
-    std::string strMessage;        // the text behind the fixed head, or behind the letter
+    std::string_view strMessage;   // the text behind the fixed head, or behind the letter
 };
 
 /// The function that the communication library calls with each message, on its own thread and one at a
@@ -20,4 +20,4 @@ struct DeviceMessage {
 extern "C" int callbackfunc(const char* message);
 
 /// Splits a message into its fields. 0, or 2 for a malformed one, with a log line.
-std::int16_t formatCallbackArg(const std::string& strCallbackArg, DeviceMessage& message);
+std::int16_t formatCallbackArg(std::string_view strCallbackArg, DeviceMessage& message);

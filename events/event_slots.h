@@ -17,19 +17,23 @@ public:
         auto window = handle == nullptr ? nullptr : std::make_shared<const platform::Window>(handle);
         const std::lock_guard lock(m_lock);
         m_window.swap(window);
+        m_bSet = m_window != nullptr;
     }
 
     /// Null if there is none. It stays what it is while somebody posts to it, though the registration ends.
     std::shared_ptr<const platform::Window> get() const
     {
+        if (!m_bSet) // most tills have none, and need no lock to know it
+            return nullptr;
         const std::lock_guard lock(m_lock);
         return m_window;
     }
 
-    bool isSet() const { return get() != nullptr; }
+    bool isSet() const { return m_bSet; }
 
 private:
     mutable std::mutex m_lock;
+    std::atomic<bool> m_bSet{false};
     std::shared_ptr<const platform::Window> m_window;
 };
 

@@ -33,9 +33,9 @@ std::int16_t tooShort()
     return TL_STATUS_ERROR;
 }
 
-std::int16_t readAmount(const std::string& whole, std::int32_t& amount)
+std::int16_t readAmount(std::string_view whole, std::int32_t& amount)
 {
-    const std::string field = whole.substr(AMOUNT_AT, AMOUNT_WIDTH);
+    const std::string_view field = whole.substr(AMOUNT_AT, AMOUNT_WIDTH);
     amount = field == "00000000" ? 0 : leadingNumber(field);
     if (amount == 0 && field != "00000000") {
         // Twice to the logic file and not to the error file: log readers know it so.
@@ -52,9 +52,9 @@ std::int16_t readAmount(const std::string& whole, std::int32_t& amount)
 }
 
 /// Status and mode: one digit. A digit can't be negative, so the invalid line is a guard only.
-std::int16_t readDigit(const std::string& whole, std::size_t at, const char* name, std::int32_t& value)
+std::int16_t readDigit(std::string_view whole, std::size_t at, const char* name, std::int32_t& value)
 {
-    const std::string field = whole.substr(at, 1);
+    const std::string_view field = whole.substr(at, 1);
     value = field == "0" ? 0 : leadingNumber(field);
     if (value == 0 && field != "0") {
         logError(pieces("formatCallbackArg: ", name, " atoi-conversion failed"));
@@ -68,14 +68,14 @@ std::int16_t readDigit(const std::string& whole, std::size_t at, const char* nam
     return TL_STATUS_OK;
 }
 
-std::int16_t readStatusAndMode(const std::string& whole, std::size_t statusAt, DeviceMessage& message)
+std::int16_t readStatusAndMode(std::string_view whole, std::size_t statusAt, DeviceMessage& message)
 {
     if (readDigit(whole, statusAt, "nStatus", message.nStatus) != TL_STATUS_OK)
         return TL_STATUS_ERROR;
     return readDigit(whole, statusAt + 1, "nMode", message.nMode);
 }
 
-std::int16_t readTail(const std::string& whole, DeviceMessage& message)
+std::int16_t readTail(std::string_view whole, DeviceMessage& message)
 {
     if (whole.size() == HEAD_LENGTH)
         return TL_STATUS_OK;
@@ -92,7 +92,7 @@ std::int16_t readTail(const std::string& whole, DeviceMessage& message)
     return TL_STATUS_OK;
 }
 
-std::int16_t readHead(const std::string& whole, DeviceMessage& message)
+std::int16_t readHead(std::string_view whole, DeviceMessage& message)
 {
     if (whole.size() < HEAD_LENGTH)
         return tooShort();
@@ -106,7 +106,7 @@ std::int16_t readHead(const std::string& whole, DeviceMessage& message)
 
 static_assert(MODE_AT == STATUS_AT + 1);
 
-std::int16_t formatCallbackArg(const std::string& strCallbackArg, DeviceMessage& message)
+std::int16_t formatCallbackArg(std::string_view strCallbackArg, DeviceMessage& message)
 {
     if (strCallbackArg.empty())
         return tooShort();

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// State of the logic, g_TLState.
@@ -57,7 +58,7 @@ constexpr std::int32_t MAX_AMOUNT = 99999999;
 class LastCallbackType {
 public:
     /// Stores the name of a message whose fields are about to be written.
-    void begin(const std::string& name) { store(name, false); }
+    void begin(std::string_view name) { store(name, false); }
 
     /// The fields are written.
     void publish()
@@ -66,7 +67,7 @@ public:
         m_bPublished = true;
     }
 
-    void set(const std::string& name) { store(name, true); }
+    void set(std::string_view name) { store(name, true); }
     void clear() { store("", true); }
 
     /// True if this is the name, which is empty then.
@@ -80,7 +81,7 @@ public:
     }
 
 private:
-    void store(const std::string& name, bool published)
+    void store(std::string_view name, bool published)
     {
         const std::lock_guard lock(m_lock);
         m_name = name;

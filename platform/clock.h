@@ -18,6 +18,9 @@ void sleepMilliseconds(unsigned milliseconds);
 /// Calendar time in the local time zone.
 LocalTime localTime();
 
+/// The local date as dayNumber tells it, which costs less. It may lag behind localTime by milliseconds.
+int localDay();
+
 /// Seconds since 1970-01-01 00:00 UTC; moves when the clock is set.
 std::int64_t wallClockSeconds();
 

@@ -1,10 +1,28 @@
 #include "platform/clock.h"
 
+#include "text/dates.h"
+
 #include <time.h>
 
 #include <cerrno>
 
 namespace platform {
+
+namespace {
+
+/// The calendar of the running second is worked out once: that takes longer than a line of the log.
+const std::tm& calendarOf(time_t second)
+{
+    thread_local time_t known = -1;
+    thread_local std::tm calendar{};
+    if (second != known) {
+        localtime_r(&second, &calendar);
+        known = second;
+    }
+    return calendar;
+}
+
+} // namespace
 
 void sleepMilliseconds(unsigned milliseconds)
 {
@@ -23,16 +41,16 @@ void sleepMilliseconds(unsigned milliseconds)
 
 LocalTime localTime()
 {
-    // The calendar of the running second is worked out once: that takes longer than a line of the log.
-    thread_local time_t second = -1;
-    thread_local std::tm calendar{};
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
-    if (now.tv_sec != second) {
-        localtime_r(&now.tv_sec, &calendar);
-        second = now.tv_sec;
-    }
-    return {calendar, static_cast<int>(now.tv_nsec / 1'000'000)};
+    return {calendarOf(now.tv_sec), static_cast<int>(now.tv_nsec / 1'000'000)};
+}
+
+int localDay()
+{
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME_COARSE, &now);
+    return dayNumber(calendarOf(now.tv_sec));
 }
 
 std::int64_t wallClockSeconds()

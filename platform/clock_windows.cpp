@@ -1,5 +1,7 @@
 #include "platform/clock.h"
 
+#include "text/dates.h"
+
 #include <windows.h>
 
 #include <chrono>
@@ -40,6 +42,11 @@ LocalTime localTime()
     local.calendar.tm_isdst = -1;
     local.milliseconds = now.wMilliseconds;
     return local;
+}
+
+int localDay()
+{
+    return dayNumber(localTime().calendar);
 }
 
 std::int64_t wallClockSeconds()

@@ -3,6 +3,7 @@
 #include "library_test.h"
 
 #include "events/decoder.h"
+#include "events/event_slots.h"
 #include "logic/ctllogics.h"
 
 #include <cstdlib>
@@ -124,4 +125,17 @@ TEST_F(Memory, MessagesLoadingAndUnloadingGoOnWithoutIt)
     for (const std::string& message : messages)
         starve([] {}, [&] { EXPECT_EQ(1, callbackfunc(message.c_str())); });
     starve([] {}, [] { CTLLogics loadedAndUnloaded; });
+}
+
+TEST_F(Memory, AMessageNeedsNoneWhileEveryGateIsShut)
+{
+    static int events = 0;
+    open("LogCRToCAPI:0;LogCAPIToCR:0;LogComToCAPI:0;LogCAPIToCom:0;LogDebug:0;");
+    g_fnStatusEvent = [](std::int32_t, std::uint16_t, std::uint16_t) { ++events; };
+    allocationsLeft = 0;
+    callbackfunc("a0000070001");
+    callbackfunc("a0000080001");
+    allocationsLeft = -1;
+    EXPECT_EQ(2, events);
+    EXPECT_EQ(800, g_nAmountPaidIn);
 }

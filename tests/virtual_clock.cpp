@@ -1,6 +1,7 @@
 #include "virtual_clock.h"
 
 #include "platform/clock.h"
+#include "text/dates.h"
 
 #include <ctime>
 #include <map>
@@ -91,6 +92,11 @@ platform::LocalTime platform::localTime()
     result.calendar = *std::gmtime(&time);
     result.milliseconds = static_cast<int>((local - second).count());
     return result;
+}
+
+int platform::localDay()
+{
+    return dayNumber(localTime().calendar);
 }
 
 std::int64_t platform::wallClockSeconds()

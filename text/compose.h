@@ -1,6 +1,8 @@
 // Composing of log lines and messages from texts and numbers.
 #pragma once
 
+#include <array>
+#include <charconv>
 #include <concepts>
 #include <cstdint>
 #include <string>
@@ -21,7 +23,9 @@ inline void appendPiece(std::string& text, char piece)
 template <std::integral Number>
 void appendPiece(std::string& text, Number piece)
 {
-    text += std::to_string(piece);
+    std::array<char, 24> digits;
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), piece).ptr;
+    text.append(digits.data(), end);
 }
 
 template <typename Enum>
@@ -40,8 +44,8 @@ std::string compose(const Pieces&... pieces)
     return text;
 }
 
-/// Pieces that are put together only where they are written: a line that nobody wants costs nothing. It
-/// holds references, so it lives no longer than the expression that it stands in.
+/// Pieces that are put together only where they are written: a line that nobody wants costs nothing. Texts
+/// are not copied, so it lives no longer than the expression that it stands in.
 template <typename... Pieces>
 class Joined {
 public:
@@ -53,7 +57,7 @@ public:
     }
 
 private:
-    std::tuple<const Pieces&...> m_pieces;
+    std::tuple<Pieces...> m_pieces;
 };
 
 template <typename... Pieces>
@@ -62,10 +66,15 @@ void appendPiece(std::string& text, const Joined<Pieces...>& joined)
     joined.appendTo(text);
 }
 
+/// A literal's length is known here still, and literals of all lengths become one type.
+template <typename Piece>
+using Kept =
+    std::conditional_t<std::is_convertible_v<const Piece&, std::string_view>, std::string_view, Piece>;
+
 template <typename... Pieces>
-Joined<Pieces...> pieces(const Pieces&... each)
+Joined<Kept<Pieces>...> pieces(const Pieces&... each)
 {
-    return Joined<Pieces...>(each...);
+    return Joined<Kept<Pieces>...>(each...);
 }
 
 /// A decimal number, filled on its left with zeros to "width" and never cut. A sign stays where it is:

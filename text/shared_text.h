@@ -9,7 +9,7 @@
 /// Its lock is held for one copy only.
 class SharedText {
 public:
-    void set(const std::string& text)
+    void set(std::string_view text)
     {
         const std::lock_guard lock(m_lock);
         m_text = text;
@@ -31,6 +31,16 @@ public:
         m_text += separator;
         m_text += text;
         return m_text;
+    }
+
+    /// True if it was another.
+    bool change(std::string_view text)
+    {
+        const std::lock_guard lock(m_lock);
+        if (m_text == text)
+            return false;
+        m_text = text;
+        return true;
     }
 
     std::string get() const

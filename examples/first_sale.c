@@ -118,7 +118,7 @@ static int sell(void)
         done("regretTL", regretTL(1, message)); /* refused, or not enough: the customer's money goes back */
 
     const int64_t after = countDevice();
-    if (before < 0 || after < 0)
+    if (after < 0)
         return printf("Nobody knows what came out: open the device and count by hand.\n"), 0;
     printf("The device kept %lld of %d.\n", (long long)(after - before), DUE);
     if (after - before != (sold ? DUE : 0))
@@ -130,10 +130,12 @@ int main(int argc, char** argv)
 {
     const char* const port = argc > 1 ? argv[1] : "Type:RS232;Name:COM1;";
     int sold = 0;
-    /* A payment returns when the device is ready again, and has a minute for it. */
+    /* Pay-in stays closed until the first count is done. A payment returns when the device is ready again,
+     * and has a minute for it. */
     if (!done("registerEvents4TL",
               registerEvents4TL(onStatus, onError, onWarning, onInformation, onSession, message)) ||
-        !done("initTL", initTL(port, "PayOutOkCheck:1;RegretOkCheck:1;StatusOkTimeout:60;", message)))
+        !done("initTL",
+              initTL(port, "AutoDisable:1;PayOutOkCheck:1;RegretOkCheck:1;StatusOkTimeout:60;", message)))
         return 1;
     if (done("loginTL", loginTL(1, 1, message))) {
         sold = sell();

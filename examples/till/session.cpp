@@ -200,8 +200,13 @@ std::int64_t Session::collect(std::int64_t due, const std::vector<std::int64_t>&
     m_printer.line(LineKind::Note,
                    fmt::format("the customer has to pay {}: tellarion insert {} --port {}", money(due),
                                words(pieces), m_options.port.substr(m_options.port.find(':') + 1)));
-    if (!m_events.waitForStatus([&](const StatusReport& now) { return now.mode == 1 && now.amount >= due; },
-                                std::chrono::seconds(m_options.patience)))
+    const auto isOver = [&](const StatusReport& now) { return now.mode != 1 || now.amount >= due; };
+    const auto patience = std::chrono::seconds(m_options.patience);
+    // A machine that was away has logged out, and still has what was paid in.
+    for (int logins = 0; m_events.waitForStatus(isOver, patience) && m_events.status().mode != 1; ++logins)
+        if (logins == 3 || !makeReady())
+            throw std::runtime_error("the device doesn't open any more");
+    if (m_events.status().amount < due)
         throw std::runtime_error("the customer has not paid");
     return m_events.status().amount;
 }

@@ -64,18 +64,14 @@ class Customer:
         self.in_hand.clear()
 
 
-def wait_for_pay_in(machine):
-    while not machine.state()["payIn"]:
-        time.sleep(0.005)
-
-
 def sell(machine, customer, till):
     """One sale, to its end or to somebody's."""
-    wait_for_pay_in(machine)
+    while till.poll() is None and not machine.state()["payIn"]:
+        time.sleep(0.005)
     for piece in PIECES:
         customer.insert(piece)
         time.sleep(0.02)
-    till.wait(20)
+    till.wait(60)
     customer.take()
 
 
@@ -104,8 +100,12 @@ def main():
     customer = Customer(machine)
 
     def start_till():
-        return subprocess.Popen([*till_program, "sale", "--due", "63", "--port", f"127.0.0.1:{machine.port}"],
+        return subprocess.Popen([*till_program, "sale", "--due", "63", "--patience", "1", "--port", f"127.0.0.1:{machine.port}"],
                                 cwd=directory, env={**os.environ, "TLLOGS": "logs"}, stdout=subprocess.DEVNULL)
+
+    def strike():
+        machine.kill()
+        machine.start()
 
     begin = time.monotonic()
     till = start_till()
@@ -120,18 +120,14 @@ def main():
             kills_machine = number % 2 == 0
             before = machine.state()["books"]
             till = start_till()
-            victim = machine if kills_machine else till
-            killer = threading.Timer(chance.uniform(0, 1.1 * whole), victim.kill)
+            killer = threading.Timer(chance.uniform(0, 1.1 * whole), strike if kills_machine else till.kill)
             killer.start()
             try:
-                sell(machine, customer, till) if kills_machine else sell_until_gone(machine, customer, till)
+                sell(machine, customer, till)
             except GONE:
                 pass
             killer.join()
-            till.kill()
-            till.wait()
-            if kills_machine:
-                machine.start()
+            till.wait(60)
             while machine.state()["status"] == "busy" or machine.state()["till"]:
                 time.sleep(0.005)
             customer.check()
@@ -150,15 +146,6 @@ def main():
     for (paid, out, still), count in sorted(ends.items()):
         print(f"{count:4} times paid in {paid / 100:6.2f}, came out {out / 100:6.2f}, still paid in {still / 100:6.2f}")
 
-
-def sell_until_gone(machine, customer, till):
-    """The same while the till may die, and nobody opens pay-in any more."""
-    while till.poll() is None and not machine.state()["payIn"]:
-        time.sleep(0.005)
-    for piece in PIECES:
-        customer.insert(piece)
-        time.sleep(0.02)
-    till.wait(20)
 
 
 main()

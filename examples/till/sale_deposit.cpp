@@ -10,7 +10,8 @@ void keepIfChangeable(Session& session, std::int32_t change)
 {
     session.call(fmt::format("askPayoutTL({})", money(change)),
                  [&](char* message) { return askPayoutTL(change, message); });
-    session.pay("depositTL(\"SALE-2\")", [](char* message) { return depositTL("SALE-2", message); });
+    session.payExactly(0, "depositTL(\"SALE-2\")",
+                       [](char* message) { return depositTL("SALE-2", message); });
     // The call doesn't wait, and a device that has yet to tell that it is busy refuses what follows.
     session.expect("the money kept",
                    [](const StatusReport& now) { return now.amount == 0 && now.status == 3; });
@@ -27,9 +28,10 @@ bool deposit(Session& session, const Sale& sale)
     const auto change = static_cast<std::int32_t>(paid - sale.due);
     keepIfChangeable(session, change);
     std::int32_t rest = 0;
-    session.pay(fmt::format("dispenseTL({}, \"SALE-2\")", money(change)),
-                [&](char* message) { return dispenseTL(change, "SALE-2", &rest, message); });
-    const bool rightChange = session.book().cameOut() == change;
+    const bool rightChange =
+        session.payExactly(change, fmt::format("dispenseTL({}, \"SALE-2\")", money(change)),
+                           [&](char* message) { return dispenseTL(change, "SALE-2", &rest, message); });
+    session.book().cameOut();
     session.call("enablePayinTL", &enablePayinTL);
     return rightChange;
 }

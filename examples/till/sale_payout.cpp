@@ -10,11 +10,12 @@ bool payOut(Session& session, const Sale& sale)
     const std::int64_t paid = session.collect(sale.due, sale.pieces);
     const std::int64_t change = paid - sale.due;
     const auto what = fmt::format("payoutTL({}, {}, \"SALE-1\")", money(change), money(paid));
-    session.pay(what, [&](char* message) {
+    const bool right = session.payExactly(change, what, [&](char* message) {
         return payoutTL(static_cast<std::int32_t>(change), static_cast<std::int32_t>(paid), "SALE-1",
                         message);
     });
-    return session.book().cameOut() == change;
+    session.book().cameOut();
+    return right;
 }
 
 } // namespace

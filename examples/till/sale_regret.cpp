@@ -8,10 +8,11 @@ namespace {
 bool regret(Session& session, const Sale& sale)
 {
     const std::int64_t paid = session.collect(sale.due, sale.pieces);
-    session.pay("regretTL(0), the last note", [](char* message) { return regretTL(0, message); });
-    std::int64_t returned = session.book().cameOut();
-    session.pay("regretTL(1), everything", [](char* message) { return regretTL(1, message); });
-    returned += session.book().cameOut();
+    std::int64_t returned =
+        session.pay("regretTL(0), the last note", [](char* message) { return regretTL(0, message); });
+    session.book().cameOut();
+    returned += session.pay("regretTL(1), everything", [](char* message) { return regretTL(1, message); });
+    session.book().cameOut();
     return returned == paid;
 }
 

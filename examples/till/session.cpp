@@ -166,10 +166,11 @@ void Session::expect(const std::string& what, const std::function<bool(const Sta
         throw std::runtime_error("no event told of " + what);
 }
 
-void Session::pay(const std::string& what, const LibraryCall& function)
+std::int64_t Session::pay(const std::string& what, const LibraryCall& function)
 {
     if (!count())
         throw std::runtime_error("without a count before it nobody could tell what a payment did");
+    m_countedBefore = m_counted;
     try {
         call(what, function);
     } catch (const CallFailed& failure) {
@@ -177,6 +178,18 @@ void Session::pay(const std::string& what, const LibraryCall& function)
             throw UnknownOutcome(failure.what());
         throw;
     }
+    // A call that went well need not have paid all: the device may have run out, or been away.
+    if (!count())
+        throw UnknownOutcome("the count after it failed");
+    return m_countedBefore - m_counted;
+}
+
+bool Session::payExactly(std::int64_t amount, const std::string& what, const LibraryCall& function)
+{
+    const std::int64_t out = pay(what, function);
+    if (out != amount)
+        m_printer.line(LineKind::Bad, fmt::format("{} came out of {}", money(out), money(amount)));
+    return out == amount;
 }
 
 void Session::payIn(const std::vector<std::int64_t>& denominations)
@@ -229,16 +242,14 @@ void Session::callOff()
 
 void Session::clarify()
 {
-    const std::int64_t before = m_counted;
-    m_printer.line(LineKind::Note,
-                   fmt::format("counting, to know what came out: there were {}, of which {} paid in",
-                               money(before), money(m_paidIn)));
+    m_printer.line(LineKind::Note, "counting, to know what came out");
     if (!makeReady() || !count())
         m_printer.line(LineKind::Bad,
                        "the device can't count: somebody has to look, and nothing is to be paid");
     else
-        m_printer.line(LineKind::Note, fmt::format("{} came out, and {} is still paid in",
-                                                   money(before - m_counted), money(m_paidIn)));
+        m_printer.line(LineKind::Note,
+                       fmt::format("{} came out, and {} is still paid in", money(m_countedBefore - m_counted),
+                                   money(m_events.status().amount)));
     m_book->cameOut();
     leave();
 }
@@ -276,7 +287,6 @@ bool Session::count()
     const Records notesOwner(notes);
     if (counted) {
         m_counted = amountOf(coinsOwner, nCoins) + amountOf(notesOwner, nNotes);
-        m_paidIn = m_events.status().amount;
         m_printer.line(LineKind::Note, fmt::format("counted {}", money(m_counted)));
     }
     return counted;

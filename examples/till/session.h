@@ -67,8 +67,12 @@ public:
     /// Waits for a status event.
     void expect(const std::string& what, const std::function<bool(const StatusReport&)>& answers);
 
-    /// As call, for a call that moves money. Throws UnknownOutcome if it can't be known what it did.
-    void pay(const std::string& what, const LibraryCall& function);
+    /// As call, for a call that moves money, with a count before and after it. The amount that came out.
+    /// Throws UnknownOutcome if that can't be known.
+    std::int64_t pay(const std::string& what, const LibraryCall& function);
+
+    /// The same, and tells if it was another amount. False then.
+    bool payExactly(std::int64_t amount, const std::string& what, const LibraryCall& function);
 
     /// The customer puts pieces in, and the device has told of all of them.
     void payIn(const std::vector<std::int64_t>& denominations);
@@ -103,5 +107,5 @@ private:
     Library m_library;
     std::optional<DrawerBook> m_book; // there is a device once the library is initialised
     std::int64_t m_counted = 0;       // by the last count
-    std::int64_t m_paidIn = 0;        // at that count; then as the device told last before it was to pay
+    std::int64_t m_countedBefore = 0; // before the last payment
 };

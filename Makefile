@@ -1,6 +1,6 @@
 # The ways in: "make demo" and "make test" install what they need, by scripts/setup.sh.
 
-.PHONY: help demo test test-linux test-windows test-tsan test-asan test-watch check-format check-layers bench format clean
+.PHONY: help demo test test-linux test-windows test-tsan test-asan test-watch check-format check-layers bench soak format clean
 
 help:
 	@echo "make demo          build, and run a sale at the till on the simulated device"
@@ -13,13 +13,14 @@ help:
 	@echo "make check-format  find what clang-format would change"
 	@echo "make check-layers  find includes that point up, and knowledge of the operating system outside platform/"
 	@echo "make bench         measure what the library costs, beside what limits it"
+	@echo "make soak          kill the machine and the till a hundred times each in the middle of sales"
 	@echo "make format        format all sources"
 	@echo "make clean         remove everything that was built"
 
 demo:
 	@scripts/setup.sh demo
 	cmake --preset linux
-	cmake --build --preset linux --target till
+	cmake --build --preset linux --target till tellarion
 	build/linux/till sale
 
 test:
@@ -37,6 +38,12 @@ check-format check-layers:
 
 bench:
 	@scripts/bench.sh
+
+soak:
+	@scripts/setup.sh linux
+	cmake --preset linux
+	cmake --build --preset linux --target tellarion till
+	python3 tests/kills_test.py 100 build/linux/tellarion -- build/linux/till
 
 format:
 	@scripts/setup.sh format

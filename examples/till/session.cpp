@@ -257,7 +257,7 @@ void Session::clarify()
 /// Makes the device take commands again: a reset if it is in error, a login if it was away.
 bool Session::makeReady()
 {
-    for (int attempts = 0; attempts < 3; ++attempts) {
+    for (int attempts = 0; attempts < 10; ++attempts) {
         m_events.waitForStatus([](const StatusReport& now) { return now.status != 1; },
                                std::chrono::seconds(30));
         const StatusReport now = m_events.status();
@@ -269,8 +269,8 @@ bool Session::makeReady()
             });
         else
             return true;
-        m_events.waitForStatus(
-            [](const StatusReport& later) { return later.status != 2 && later.mode != 0; });
+        m_events.waitForStatus([](const StatusReport& later) { return later.status != 2 && later.mode != 0; },
+                               std::chrono::seconds(1));
     }
     return false;
 }

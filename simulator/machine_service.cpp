@@ -15,7 +15,6 @@ namespace {
 
 constexpr const char* API = "/api/";
 constexpr const char* EVENTS_PATH = "/api/events";
-constexpr int DEEPEST = 32;
 constexpr std::size_t MOST_WAITING_COMMANDS = 64;
 
 web::Reply replyOf(const ControlResult& result)
@@ -26,24 +25,6 @@ web::Reply replyOf(const ControlResult& result)
 web::Reply complaint(int status, const std::string& why, const std::string& allow = {})
 {
     return {status, "{\"why\":\"" + why + "\"}\n", "application/json", allow};
-}
-
-/// Whether lists and objects stand in each other too deeply to be read on a small stack.
-bool isTooDeep(const std::string& json)
-{
-    int depth = 0;
-    bool isText = false;
-    for (std::size_t i = 0; i < json.size(); ++i) {
-        if (isText && json[i] == '\\')
-            ++i;
-        else if (json[i] == '"')
-            isText = !isText;
-        else if (!isText && (json[i] == '[' || json[i] == '{') && ++depth > DEEPEST)
-            return true;
-        else if (!isText && (json[i] == ']' || json[i] == '}'))
-            --depth;
-    }
-    return false;
 }
 
 /// A till's link. Its commands run one after the other on a thread of its own, since the device may be slow
@@ -192,8 +173,6 @@ void MachineService::handle(const web::Request& request, const std::shared_ptr<w
         return exchange->answer(complaint(404, "there is no such path"));
     if (!isPost)
         return exchange->answer(complaint(405, "only POST", "POST"));
-    if (isTooDeep(request.body))
-        return exchange->answer(complaint(400, "lists and objects are nested too deeply"));
     if (verb == "wait")
         return wait(request.body, exchange);
     exchange->answer(replyOf(m_machine.control(verb, request.body)));

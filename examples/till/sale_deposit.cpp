@@ -10,8 +10,7 @@ void keepIfChangeable(Session& session, std::int32_t change)
 {
     session.call(fmt::format("askPayoutTL({})", money(change)),
                  [&](char* message) { return askPayoutTL(change, message); });
-    session.payExactly(0, "depositTL(\"SALE-2\")",
-                       [](char* message) { return depositTL("SALE-2", message); });
+    session.move("depositTL(\"SALE-2\")", [](char* message) { return depositTL("SALE-2", message); });
     // The call doesn't wait, and a device that has yet to tell that it is busy refuses what follows.
     session.expect("the money kept",
                    [](const StatusReport& now) { return now.amount == 0 && now.status == 3; });

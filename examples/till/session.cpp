@@ -166,7 +166,7 @@ void Session::expect(const std::string& what, const std::function<bool(const Sta
         throw std::runtime_error("no event told of " + what);
 }
 
-std::int64_t Session::pay(const std::string& what, const LibraryCall& function)
+void Session::move(const std::string& what, const LibraryCall& function)
 {
     if (!count())
         throw std::runtime_error("without a count before it nobody could tell what a payment did");
@@ -178,6 +178,11 @@ std::int64_t Session::pay(const std::string& what, const LibraryCall& function)
             throw UnknownOutcome(failure.what());
         throw;
     }
+}
+
+std::int64_t Session::pay(const std::string& what, const LibraryCall& function)
+{
+    move(what, function);
     // A call that went well need not have paid all: the device may have run out, or been away.
     if (!count())
         throw UnknownOutcome("the count after it failed");

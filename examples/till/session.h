@@ -67,8 +67,11 @@ public:
     /// Waits for a status event.
     void expect(const std::string& what, const std::function<bool(const StatusReport&)>& answers);
 
-    /// As call, for a call that moves money, with a count before and after it. The amount that came out.
-    /// Throws UnknownOutcome if that can't be known.
+    /// As call, for a call that moves money, with a count before it. Throws UnknownOutcome if it can't be
+    /// known what it did.
+    void move(const std::string& what, const LibraryCall& function);
+
+    /// The same for a call that waits for the device, with a count after it, too. The amount that came out.
     std::int64_t pay(const std::string& what, const LibraryCall& function);
 
     /// The same, and tells if it was another amount. False then.

@@ -112,8 +112,9 @@ typedef void (*TLStatusEvent)(int32_t amountOrRest, uint16_t nStatus, uint16_t n
  * Further errors before a resetTL are no error events. */
 typedef void (*TLErrorEvent)(int32_t errorCode, const char* errorText, const char* extInfo);
 
-/* A denomination is low, empty or high. denomination: in the smallest unit. numberOf: how many are
- * left, 0 for none, 999 for high. extInfo: the device's own text, at most 63 bytes. */
+/* A denomination is low, empty or high. denomination: in the smallest unit; where the device writes 0,50 or
+ * 1,50 it is 50 in both cases. numberOf: how many are left, 0 for none, 999 for high. extInfo: the device's
+ * own text, at most 63 bytes. */
 typedef void (*TLCashLevelEvent)(int32_t denomination, uint16_t numberOf, const char* extInfo);
 
 /* The same, with words to show. warningType: 1 empty, 2 low, 3 high. typeString: its word, and

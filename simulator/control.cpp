@@ -342,9 +342,9 @@ ControlResult control(DeviceModel& device, std::string_view verb, std::string_vi
     try {
         return carryOut(device, verb, parseObject(text), now);
     } catch (const Refusal& refusal) {
-        return refused(refusal.what());
+        return refusedResult(refusal.what());
     } catch (const std::exception& error) {
-        return wrong(error.what());
+        return wrongResult(error.what());
     }
 }
 
@@ -463,17 +463,17 @@ bool isSo(const WaitedFor& waitedFor, const DeviceModel& device, Milliseconds no
     }
 }
 
-ControlResult done(const DeviceModel& device, Milliseconds now)
+ControlResult stateResult(const DeviceModel& device, Milliseconds now)
 {
     return {200, describeState(device, now)};
 }
 
-ControlResult wrong(const std::string& why)
+ControlResult wrongResult(const std::string& why)
 {
     return {400, dumped({{"why", why}})};
 }
 
-ControlResult refused(const std::string& why)
+ControlResult refusedResult(const std::string& why)
 {
     return {409, dumped({{"why", why}})};
 }

@@ -41,8 +41,8 @@ WaitedFor parseWait(std::string_view json, int decimals);
 
 bool isSo(const WaitedFor& waitedFor, const DeviceModel& device, Milliseconds now);
 
-ControlResult done(const DeviceModel& device, Milliseconds now);
-ControlResult wrong(const std::string& why);
-ControlResult refused(const std::string& why);
+ControlResult stateResult(const DeviceModel& device, Milliseconds now);
+ControlResult wrongResult(const std::string& why);
+ControlResult refusedResult(const std::string& why);
 
 } // namespace simulator

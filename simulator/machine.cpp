@@ -156,7 +156,7 @@ public:
             const WaitedFor waitedFor = parseWait(json, m_device.settings().decimals);
             m_waits[++m_lastNumber] = {waitedFor, now() + waitedFor.timeout, std::move(done)};
         } catch (const std::exception& error) {
-            done(wrong(error.what()));
+            done(wrongResult(error.what()));
             return 0;
         }
         const int number = m_lastNumber;
@@ -275,7 +275,7 @@ private:
                 ++wait;
                 continue;
             }
-            wait->second.done(isOver ? done(m_device, now()) : refused("the time is over"));
+            wait->second.done(isOver ? stateResult(m_device, now()) : refusedResult("the time is over"));
             wait = m_waits.erase(wait);
         }
     }

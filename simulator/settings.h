@@ -59,7 +59,7 @@ struct Settings {
 };
 
 /// The least "messageGap": the library looks at the device's state every 10 ms, when the system lets it.
-constexpr Milliseconds LEAST_MESSAGE_GAP = 20;
+constexpr Milliseconds LEAST_MESSAGE_GAP = 30;
 
 /// Throws std::runtime_error with a text for people to read.
 Settings parseSettings(std::string_view json);

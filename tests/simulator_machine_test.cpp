@@ -66,7 +66,7 @@ protected:
     }
 
     const std::string file = scratch::path("machine.state");
-    const Settings settings = parseSettings(R"({"answerDelay":0,"messageGap":20,"payOutTime":200})");
+    const Settings settings = parseSettings(R"({"answerDelay":0,"messageGap":30,"payOutTime":200})");
     Heard messages;
     Heard events;
 };

@@ -10,10 +10,10 @@ help:
 	@echo "make test-tsan     the tests with the thread sanitizer"
 	@echo "make test-asan     the tests with the address and undefined-behaviour sanitizers"
 	@echo "make test-watch    withhold each text of the library in turn: which one would no test miss? (some minutes)"
+	@echo "make soak          ten million sales by seed, and a hundred kills of the machine and of the till"
 	@echo "make check-format  find what clang-format would change"
 	@echo "make check-layers  find includes that point up, and knowledge of the operating system outside platform/"
 	@echo "make bench         measure what the library costs, beside what limits it"
-	@echo "make soak          kill the machine and the till a hundred times each in the middle of sales"
 	@echo "make format        format all sources"
 	@echo "make clean         remove everything that was built"
 
@@ -33,17 +33,14 @@ test-watch:
 	@scripts/setup.sh linux
 	@scripts/watch.pl
 
+soak:
+	@scripts/soak.sh
+
 check-format check-layers:
 	@scripts/test.sh $(@:check-%=%)
 
 bench:
 	@scripts/bench.sh
-
-soak:
-	@scripts/setup.sh linux
-	cmake --preset linux
-	cmake --build --preset linux --target tellarion till
-	python3 tests/kills_test.py 100 build/linux/tellarion -- build/linux/till
 
 format:
 	@scripts/setup.sh format

@@ -102,6 +102,8 @@ void DeviceModel::endFault(FaultName name, EndOfFault how, Milliseconds now)
     const bool wasOn = fault->on;
     if (wasOn && fault->untilReset && !fault->awaitsReset && how != EndOfFault::Reset) {
         fault->awaitsReset = true;
+        if (how == EndOfFault::Repaired)
+            fault->start = Fault::Start::Now; // the reset is its end, and chance doesn't bring it back
         tell({.kind = DeviceEvent::Kind::Fault, .time = now, .text = textOf(name), .change = "awaits reset"});
         return;
     }

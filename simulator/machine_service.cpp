@@ -28,28 +28,28 @@ web::Reply complaint(int status, const std::string& why, const std::string& allo
 }
 
 /// A till's link. Its commands run one after the other on a thread of its own, since the device may be slow
-/// to answer; the thread is let go with what it is at.
+/// to answer; once the link is closed it answers at once.
 class TillLink : public web::Listener {
 public:
-    TillLink(Machine& machine, std::shared_ptr<web::Socket> socket, bool comesBack)
-        : m_machine(machine), m_shared(std::make_shared<Shared>(machine, std::move(socket)))
+    TillLink(Machine& machine, std::shared_ptr<web::Socket> socket)
+        : m_machine(machine), m_socket(std::move(socket)), m_worker([this] { run(); })
+    {}
+
+    void open(bool comesBack)
     {
-        const std::weak_ptr<Shared> weak = m_shared;
-        const std::lock_guard lock(m_shared->opening);
-        const Opening opening = machine.open(
-            [weak](const std::string& message) {
-                if (const auto shared = weak.lock()) {
-                    const std::lock_guard afterOpening(shared->opening);
-                    shared->send({'m', 0, message});
-                }
+        // Until the till is told of the opening no message goes out.
+        const auto opened = std::make_shared<std::mutex>();
+        const std::lock_guard lock(*opened);
+        const Opening opening = m_machine.open(
+            [till = m_socket, opened](const std::string& message) {
+                const std::lock_guard afterOpening(*opened);
+                send(*till, {'m', 0, message});
             },
             comesBack);
         m_open = opening.code == 0;
-        m_shared->send({'o', opening.code, opening.text});
-        if (m_open)
-            std::thread([shared = m_shared] { shared->run(); }).detach();
-        else
-            m_shared->socket->close();
+        send(*m_socket, {'o', opening.code, opening.text});
+        if (!m_open)
+            m_socket->close();
     }
 
     ~TillLink() override { close(); }
@@ -58,81 +58,71 @@ public:
     {
         auto frame = LinkFrame::parse(bytes);
         const bool isKnown = frame && (frame->kind == 'c' || frame->kind == 'l' || frame->kind == 'b');
-        if (!m_open || !isKnown || (frame->kind != 'b' && !m_shared->add(std::move(*frame))))
-            return m_shared->socket->close();
+        if (!m_open || !isKnown)
+            return m_socket->close();
         if (frame->kind != 'b')
-            return;
+            return add(std::move(*frame));
         close();
-        m_shared->send({'b'});
-        m_shared->socket->close();
+        send(*m_socket, {'b'});
+        m_socket->close();
     }
 
     bool staysWhenSilent() const override { return true; }
 
 private:
-    class Shared {
-    public:
-        Shared(Machine& theMachine, std::shared_ptr<web::Socket> theSocket)
-            : socket(std::move(theSocket)), m_machine(theMachine)
-        {}
+    static void send(web::Socket& socket, const LinkFrame& frame)
+    {
+        socket.send(frame.bytes(), web::Payload::Binary);
+    }
 
-        void send(const LinkFrame& frame) { socket->send(frame.bytes(), web::Payload::Binary); }
+    void add(LinkFrame frame)
+    {
+        const std::lock_guard lock(m_mutex);
+        m_frames.push_back(std::move(frame));
+        m_changed.notify_all();
+        if (m_frames.size() > MOST_WAITING_COMMANDS)
+            m_socket->close();
+    }
 
-        /// False if there are too many already.
-        bool add(LinkFrame frame)
-        {
-            const std::lock_guard lock(m_mutex);
-            m_frames.push_back(std::move(frame));
-            m_changed.notify_all();
-            return m_frames.size() <= MOST_WAITING_COMMANDS;
+    void run()
+    {
+        std::unique_lock lock(m_mutex);
+        while (true) {
+            m_changed.wait(lock, [this] { return m_ended || !m_frames.empty(); });
+            if (m_ended)
+                return;
+            const LinkFrame frame = std::move(m_frames.front());
+            m_frames.pop_front();
+            lock.unlock();
+            if (frame.kind == 'l')
+                m_machine.loggedOut();
+            else
+                send(*m_socket, {'a', frame.number, m_machine.command(frame.text)});
+            lock.lock();
         }
+    }
 
-        void end()
+    void close()
+    {
         {
             const std::lock_guard lock(m_mutex);
             m_ended = true;
             m_changed.notify_all();
         }
-
-        void run()
-        {
-            std::unique_lock lock(m_mutex);
-            while (true) {
-                m_changed.wait(lock, [this] { return m_ended || !m_frames.empty(); });
-                if (m_ended)
-                    return;
-                const LinkFrame frame = std::move(m_frames.front());
-                m_frames.pop_front();
-                lock.unlock();
-                if (frame.kind == 'l')
-                    m_machine.loggedOut();
-                else
-                    send({'a', frame.number, m_machine.command(frame.text)});
-                lock.lock();
-            }
-        }
-
-        const std::shared_ptr<web::Socket> socket;
-        std::mutex opening; // until the till is told of it, no message goes out
-
-    private:
-        Machine& m_machine;
-        std::mutex m_mutex;
-        std::condition_variable m_changed;
-        std::deque<LinkFrame> m_frames;
-        bool m_ended = false;
-    };
-
-    void close()
-    {
-        m_shared->end();
         if (std::exchange(m_open, false))
             m_machine.close();
+        if (m_worker.joinable())
+            m_worker.join();
     }
 
     Machine& m_machine;
-    const std::shared_ptr<Shared> m_shared;
+    const std::shared_ptr<web::Socket> m_socket;
     bool m_open = false;
+    std::mutex m_mutex; // guards the next two
+    std::condition_variable m_changed;
+    std::deque<LinkFrame> m_frames;
+    bool m_ended = false;
+    std::thread m_worker; // the last one: it uses the others
 };
 
 /// One who follows the events.
@@ -188,8 +178,11 @@ void MachineService::wait(const std::string& json, const std::shared_ptr<web::Ex
 std::unique_ptr<web::Listener> MachineService::open(const web::Request& request,
                                                     const std::shared_ptr<web::Socket>& socket)
 {
-    if (request.path == LINK_PATH)
-        return std::make_unique<TillLink>(m_machine, socket, request.query == COMES_BACK);
+    if (request.path == LINK_PATH) {
+        auto till = std::make_unique<TillLink>(m_machine, socket);
+        till->open(request.query == COMES_BACK);
+        return till;
+    }
     if (request.path == EVENTS_PATH)
         return std::make_unique<EventFollower>(m_machine, socket);
     return nullptr;

@@ -71,6 +71,13 @@
 extern "C" {
 #endif
 
+/* ---- Version of this header and its library ---- */
+
+#define TLLOGICS_VERSION_MAJOR 1
+#define TLLOGICS_VERSION_MINOR 0
+#define TLLOGICS_VERSION_PATCH 0
+#define TLLOGICS_VERSION "1.0.0"
+
 /* ---- Status codes ---- */
 
 #define TL_STATUS_OK 0

@@ -166,3 +166,20 @@ TEST(PlatformPosixModules, LibrariesKnowWhereTheyWereLoadedFromAndUnload)
     EXPECT_TRUE(platform::freeModule(platform::loadModule("tllogics")));
     EXPECT_EQ(dlopen("libtllogics.so", RTLD_NOW | RTLD_NOLOAD), nullptr);
 }
+
+TEST(PlatformPosixModules, ExceptionsFindTheirWayWhileLibrariesComeAndGo)
+{
+    const auto load = [](const char* name) { return dlopen(name, RTLD_NOW | RTLD_LOCAL); };
+    void* const others[] = {load("libtllogics.so"), load("libOstrivane.so")};
+    void* const probe = load("libplatform_probe.so");
+    ASSERT_NE(probe, nullptr) << dlerror();
+    const auto probeThrow = reinterpret_cast<int (*)(int)>(dlsym(probe, "probeThrow"));
+    EXPECT_EQ(probeThrow(3), 3);
+    for (void* const other : others) {
+        ASSERT_NE(other, nullptr);
+        EXPECT_EQ(dlclose(other), 0);
+        EXPECT_EQ(probeThrow(5), 5);
+    }
+    dlclose(probe);
+    EXPECT_THROW(throw std::runtime_error("thrown"), std::runtime_error);
+}

@@ -42,7 +42,7 @@ case $library in
     for protection in HIGH_ENTROPY_VA DYNAMIC_BASE NX_COMPAT; do
         has "$protection" "$headers" "it isn't marked $protection"
     done
-    resource=$(tr -d '\0' <"$library" | grep -aoE 'StringFileInfo.*' || true)
+    resource=$(tr -d '\0\n' <"$library" | grep -aoE 'StringFileInfo.*' || true)
     for entry in CompanyName FileDescription FileVersion InternalName LegalCopyright OriginalFilename \
         ProductName ProductVersion; do
         has "$entry" "$resource" "its version says no $entry"

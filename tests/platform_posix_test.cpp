@@ -170,7 +170,7 @@ TEST(PlatformPosixModules, LibrariesKnowWhereTheyWereLoadedFromAndUnload)
 TEST(PlatformPosixModules, ExceptionsFindTheirWayWhileLibrariesComeAndGo)
 {
     const auto load = [](const char* name) { return dlopen(name, RTLD_NOW | RTLD_LOCAL); };
-    void* const others[] = {load("libtllogics.so"), load("libOstrivane.so")};
+    void* const others[] = {load("libtllogics.so"), load("libresolv.so.2")};
     void* const probe = load("libplatform_probe.so");
     ASSERT_NE(probe, nullptr) << dlerror();
     const auto probeThrow = reinterpret_cast<int (*)(int)>(dlsym(probe, "probeThrow"));

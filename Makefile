@@ -1,6 +1,6 @@
 # The ways in: "make demo" and "make test" install what they need, by scripts/setup.sh.
 
-.PHONY: help demo test test-linux test-windows test-tsan test-asan test-watch check-format check-layers bench soak format clean
+.PHONY: help demo test test-linux test-windows test-tsan test-asan test-watch check-format check-layers bench soak pictures format clean
 
 help:
 	@echo "make demo          build, and run a sale at the till on the simulated device"
@@ -13,6 +13,7 @@ help:
 	@echo "make soak          ten million sales by seed, and a hundred kills of the machine and of the till"
 	@echo "make check-format  find what clang-format would change"
 	@echo "make check-layers  find includes that point up, and knowledge of the operating system outside platform/"
+	@echo "make pictures      take the README's pictures anew"
 	@echo "make bench         measure what the library costs, beside what limits it"
 	@echo "make format        format all sources"
 	@echo "make clean         remove everything that was built"
@@ -41,6 +42,12 @@ check-format check-layers:
 
 bench:
 	@scripts/bench.sh
+
+pictures:
+	@scripts/setup.sh linux
+	cmake --preset linux
+	cmake --build --preset linux --target till tellarion
+	python3 tests/panel_test.py build/linux docs/pictures
 
 format:
 	@scripts/setup.sh format

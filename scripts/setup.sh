@@ -11,6 +11,7 @@ for purpose; do
         packages+=(g++ cmake ninja-build nlohmann-json3-dev libcli11-dev libfmt-dev libboost-dev)
         ;;&
     linux | tsan | asan | windows) packages+=(googletest binutils python3) ;;&
+    linux) packages+=(chromium chromium-driver) ;;
     windows | bench) packages+=(g++-mingw-w64-x86-64-posix wine64) ;;
     format) packages+=(clang-format-14) ;;
     demo | linux | tsan | asan | layers) ;;

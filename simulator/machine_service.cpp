@@ -1,6 +1,7 @@
 #include "simulator/machine_service.h"
 
 #include "simulator/link_frames.h"
+#include "simulator/panel.h"
 
 #include <algorithm>
 #include <condition_variable>
@@ -156,6 +157,9 @@ void MachineService::handle(const web::Request& request, const std::shared_ptr<w
         return exchange->answer(isGet ? web::Reply{200, m_machine.state() + "\n"}
                                       : complaint(405, "only GET", "GET"));
 
+    if (web::answerWithPage(panelPages(), request, *exchange))
+        return;
+
     const std::string verb =
         request.path.starts_with(API) ? request.path.substr(std::string(API).size()) : "";
     const auto& verbs = Machine::verbs();
@@ -165,7 +169,10 @@ void MachineService::handle(const web::Request& request, const std::shared_ptr<w
         return exchange->answer(complaint(405, "only POST", "POST"));
     if (verb == "wait")
         return wait(request.body, exchange);
-    exchange->answer(replyOf(m_machine.control(verb, request.body)));
+    web::Reply reply = replyOf(m_machine.control(verb, request.body));
+    if (request.query == "quietly") // as pages ask, to whose browsers a refusal is an error of the page
+        reply.status = 200;
+    exchange->answer(std::move(reply));
 }
 
 void MachineService::wait(const std::string& json, const std::shared_ptr<web::Exchange>& exchange)

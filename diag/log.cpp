@@ -75,14 +75,20 @@ void emptyIfOld(platform::AppendFile& file, const std::string& path, const AgeMa
 void tidy(std::string& line, std::size_t start)
 {
     // Three searches for a character are faster than one for any of the three, and find nothing but rarely.
-    std::size_t at = std::min({line.find('\0', start), line.find('\r', start), line.find('\n', start)});
-    while (at != std::string::npos) {
-        if (line[at] == '\0') {
-            line.resize(at);
+    const std::size_t at = std::min({line.find('\0', start), line.find('\r', start), line.find('\n', start)});
+    if (at == std::string::npos)
+        return;
+    const std::string rest = line.substr(at);
+    line.resize(at);
+    for (const char character : rest) {
+        if (character == '\0')
             return;
-        }
-        line.replace(at, 1, line[at] == '\r' ? "\\r" : "\\n");
-        at = line.find_first_of(std::string_view("\0\r\n", 3), at + 2);
+        if (character == '\r')
+            line += "\\r";
+        else if (character == '\n')
+            line += "\\n";
+        else
+            line += character;
     }
 }
 
@@ -192,10 +198,10 @@ void CLogFiles::readClock(const platform::LocalTime& now)
 {
     if (!m_sSecond.empty() && isSameSecond(m_second, now.calendar))
         return;
-    m_second = now.calendar;
     m_sSecond = compose("w", formatted(now, "%W"), " ", leftPadded(now.calendar.tm_hour, 2), ":",
                         leftPadded(now.calendar.tm_min, 2), ":", leftPadded(now.calendar.tm_sec, 2), ".");
     m_sDate = compose(dateText(now.calendar, "-"), " ", weekdayOf(now), " ");
+    m_second = now.calendar; // last: without memory the texts are not there
 }
 
 void CLogFiles::write(AppendText append, const void* text, const char* mark, LogFile file,

@@ -273,7 +273,9 @@ bool storeMessage(std::string_view raw, DeviceMessage& message)
 
 int callbackfunc(const char* message)
 try {
-    const std::string_view raw = message == nullptr ? "" : message;
+    // A copy: an event may call exitTL, and the communication library forget the message. A short one needs
+    // no memory.
+    const std::string raw = message == nullptr ? "" : message;
     const std::int32_t previousStatus = g_nLastCallbackStatus;
     if (g_nLoggSendEvents != 0 && g_nLoggEveryCallback == 1)
         logDebug(pieces("ctllogics.callbackfunc: Started with message = ", raw));

@@ -32,38 +32,41 @@ std::pair<std::string, std::string> splitPath(std::string path)
     return {end == std::string::npos ? "/" : path.substr(0, end + 1), path.substr(slash + 1)};
 }
 
-/// True if somebody other than root and this user may put files there, or could have put the directory
-/// itself there as a link.
-bool isOpenToOthers(const std::string& directory)
+/// True if somebody other than root and this user may put files into such a directory.
+bool isOpenToOthers(const struct stat& directory)
+{
+    return (directory.st_mode & (S_IWGRP | S_IWOTH)) != 0 ||
+           (directory.st_uid != 0 && directory.st_uid != geteuid());
+}
+
+/// True if the path is a link that somebody else could have put there.
+bool isOthersLink(const std::string& path)
 {
     struct stat status = {};
-    if (stat(directory.c_str(), &status) != 0)
+    if (lstat(path.c_str(), &status) != 0)
         return true;
-    if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0 || (status.st_uid != 0 && status.st_uid != geteuid()))
-        return true;
-    if (lstat(directory.c_str(), &status) != 0)
-        return true;
-    return S_ISLNK(status.st_mode) && isOpenToOthers(splitPath(directory).first);
+    if (!S_ISLNK(status.st_mode))
+        return false;
+    const std::string directory = splitPath(path).first;
+    return stat(directory.c_str(), &status) != 0 || isOpenToOthers(status) || isOthersLink(directory);
 }
 
 /// Opens a log file if it is one to take; else -1.
 int openTrusted(const std::string& path, int access)
 {
     const auto [directory, name] = splitPath(path);
-    const int place = open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (place < 0 || name.empty()) {
-        if (place >= 0)
-            close(place);
+    // Looked at by descriptor, and the file opened in it: its name may lead elsewhere by now. It need not be
+    // one that can be listed.
+    const int place = open(directory.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC);
+    if (place < 0)
         return -1;
-    }
-    const bool careful = isOpenToOthers(directory);
-    // In the directory that was looked at: its name may lead elsewhere by now.
+    struct stat status = {};
+    const bool careful = fstat(place, &status) != 0 || isOpenToOthers(status) || isOthersLink(directory);
     const int descriptor =
         openat(place, name.c_str(), access | CAREFUL | (careful ? O_NOFOLLOW : 0), S_IRUSR | S_IWUSR);
     close(place);
     if (descriptor < 0)
         return -1;
-    struct stat status = {};
     if (isRegular(descriptor, status) && (!careful || (status.st_nlink == 1 && status.st_uid == geteuid())))
         return descriptor;
     close(descriptor);

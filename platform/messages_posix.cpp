@@ -23,8 +23,10 @@ std::uint32_t registerWindowMessage(const char* /*name*/, std::uint32_t fixedNum
     return fixedNumber;
 }
 
+// Above the standard streams: where those are closed, what the application prints would reach the peer.
 Window::Window(void* handle)
-    : m_handle(fcntl(static_cast<int>(reinterpret_cast<std::intptr_t>(handle)), F_DUPFD_CLOEXEC, 0))
+    : m_handle(fcntl(static_cast<int>(reinterpret_cast<std::intptr_t>(handle)), F_DUPFD_CLOEXEC,
+                     STDERR_FILENO + 1))
 {}
 
 Window::~Window()

@@ -5,6 +5,7 @@
 
 #include "diag/log.h"
 #include "events/decoder.h"
+#include "events/event_slots.h"
 
 namespace {
 
@@ -75,6 +76,16 @@ TEST_F(Hardening, ATextStaysOnItsLine)
     EXPECT_EQ(1, countOf("<- b000005000115\\n!! text\\r", logicLog()));
     logLine(std::string_view("up to here\0and no further", 26), LOG_NOTE, LOG_FILE_API);
     EXPECT_EQ("## up to here", apiLog().back());
+}
+
+TEST_F(Hardening, AMessageStaysWhatItIsWhileItsEventsRun)
+{
+    static char message[] = "b000005000113 100 SEK";
+    open();
+    forget();
+    g_fnStatusEvent = [](std::int32_t, std::uint16_t, std::uint16_t) { std::fill_n(message, 20, '?'); };
+    callbackfunc(message);
+    EXPECT_EQ(1, countOf("<- b000005000113 100 SEK", logicLog()));
 }
 
 TEST_F(Hardening, ACommandThatFindsNothingBoundIsNotSent)

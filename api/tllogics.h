@@ -499,7 +499,7 @@ int16_t completeCashCountTL(CashCountRecord** coins, int32_t* nCoins, CashCountR
 /* Each call hands out and removes the oldest text of its kind. At most 100 are kept, over exitTL too; a
  * further one is dropped though its message is posted. With none left the texts are empty and the answer
  * is 0. No text may be null.
- * Allowed: all but not initiated, Returns at once.
+ * Allowed: all but not initiated. Returns at once.
  * Statuses: 0 2 4.
  */
 int16_t getErrorInfoTL(char* errorText, char* extInfo);

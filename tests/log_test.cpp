@@ -8,8 +8,8 @@ namespace {
 
 using namespace std::chrono;
 
-constexpr sys_days monday = 2026y / November / 23;
-constexpr sys_days nextMonday = 2026y / November / 30;
+constexpr sys_days MONDAY = 2026y / November / 23;
+constexpr sys_days NEXT_MONDAY = 2026y / November / 30;
 
 class LogFiles : public LibraryTest {
 protected:
@@ -37,9 +37,9 @@ protected:
 TEST_F(LogFiles, TheFirstLineAfterMidnightOpensTheNextDays)
 {
     apiLog();
-    logAt(monday - 1ms);
+    logAt(MONDAY - 1ms);
     EXPECT_EQ(Texts{"## hello"}, apiLog());
-    logAt(monday);
+    logAt(MONDAY);
     EXPECT_EQ("w47 00:00:00.000 ## hello\n", whole("tlapi_Mon.log"));
     EXPECT_EQ("w47 00:00:00.000 ## hello\n", whole("tllogic_Mon.log"));
     EXPECT_EQ("2026-11-22 Sun w46 23:59:59.999 ## hello\n2026-11-23 Mon w47 00:00:00.000 ## hello\n",
@@ -60,10 +60,10 @@ TEST_F(LogFiles, OldFilesAreEmptiedAtTheirFirstUse)
                                                           {"w\n", true},
                                                           {"", true}};
     for (const auto& [content, kept] : weeks) {
-        logAt(monday - 12h);
+        logAt(MONDAY - 12h);
         scratch::write("logs/tlapi_Mon.log", content);
         scratch::write("logs/tllogic_Mon.log", content);
-        logAt(monday + 12h);
+        logAt(MONDAY + 12h);
         for (const char* const file : {"tlapi_Mon.log", "tllogic_Mon.log"})
             EXPECT_EQ((kept ? content : "") + "w47 12:00:00.000 ## hello\n", whole(file)) << content;
     }
@@ -71,9 +71,9 @@ TEST_F(LogFiles, OldFilesAreEmptiedAtTheirFirstUse)
                                                           {"2025-12-31 Wed w52 ## old\n", false},
                                                           {"w48 ## odd\n", false}};
     for (const auto& [content, kept] : years) {
-        logAt(nextMonday);
+        logAt(NEXT_MONDAY);
         scratch::write("logs/tlerror_Dec.log", content);
-        logAt(nextMonday + days{2});
+        logAt(NEXT_MONDAY + days{2});
         EXPECT_EQ((kept ? content : "") + "2026-12-02 Wed w48 00:00:00.000 ## hello\n",
                   whole("tlerror_Dec.log"));
     }
@@ -119,15 +119,15 @@ TEST_F(LogFiles, AnAddressNamesASubfolder)
 TEST_F(LogFiles, DirectoriesThatCannotBeMadeAreTriedAgainAtEveryLine)
 {
     setEnvironment("TLLOGS", scratch::path("late/logs"));
-    logAt(monday + 12h);
+    logAt(MONDAY + 12h);
     std::filesystem::create_directory(scratch::path("late"));
-    logAt(monday + 12h + 1s);
+    logAt(MONDAY + 12h + 1s);
     setEnvironment("TLLOGS", ""); // the other name for it
     closeLogFiles();
     logLine("lost", LOG_NOTE, LOG_FILE_API); // closed until the date changes
     setEnvironment("LOGFILE", scratch::path("other"));
     std::filesystem::create_directories(scratch::path("other/tlapi_Tue.log")); // can't be opened
-    logAt(monday + days{1});
+    logAt(MONDAY + days{1});
     EXPECT_EQ("w47 12:00:01.000 ## hello\n", whole("../late/logs/tlapi_Mon.log"));
     EXPECT_EQ("w47 00:00:00.000 ## hello\n", whole("../other/tllogic_Tue.log"));
 }

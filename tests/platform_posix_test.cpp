@@ -51,13 +51,13 @@ TEST(PlatformPosixFiles, LogFilesArePrivateAndRegular)
     close(next);
     const platform::AppendFile file = platform::AppendFile::open(scratch::path("a.log"));
     ASSERT_TRUE(file.isOpen());
-    EXPECT_EQ(fcntl(next, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
-    EXPECT_EQ(modeOf("a.log"), 0600U);
+    EXPECT_EQ(FD_CLOEXEC, fcntl(next, F_GETFD) & FD_CLOEXEC);
+    EXPECT_EQ(0600U, modeOf("a.log"));
 
-    ASSERT_EQ(mkfifo(scratch::path("pipe").c_str(), 0600), 0);
+    ASSERT_EQ(0, mkfifo(scratch::path("pipe").c_str(), 0600));
     EXPECT_FALSE(opens("pipe"));
     EXPECT_FALSE(platform::canRead(scratch::path("pipe")));
-    EXPECT_EQ(platform::Profile(scratch::path("pipe")).number("S", "K"), -1);
+    EXPECT_EQ(-1, platform::Profile(scratch::path("pipe")).number("S", "K"));
 }
 
 TEST(PlatformPosixFiles, WhereOthersCouldPutFilesOnlyTheOwnersOwnAreTaken)
@@ -81,22 +81,25 @@ TEST(PlatformPosixFiles, WhereOthersCouldPutFilesOnlyTheOwnersOwnAreTaken)
         EXPECT_FALSE(opens(file)) << file;
         platform::AppendFile::empty(scratch::path(file));
     }
-    EXPECT_EQ(scratch::read("precious"), "content");
+    EXPECT_EQ("content", scratch::read("precious"));
+
+    chmod(scratch::path("own").c_str(), 0311); // files can be put there and not listed
+    EXPECT_TRUE(opens("own/plain.log"));
 
     if (geteuid() == 0) { // somebody else's, in a directory of somebody else's
         scratch::write("their/a.log", "");
-        EXPECT_EQ(chown(scratch::path("their/a.log").c_str(), 12345, 12345), 0);
+        EXPECT_EQ(0, chown(scratch::path("their/a.log").c_str(), 12345, 12345));
         EXPECT_TRUE(opens("their/a.log"));
-        EXPECT_EQ(chown(scratch::path("their").c_str(), 12345, 12345), 0);
+        EXPECT_EQ(0, chown(scratch::path("their").c_str(), 12345, 12345));
         EXPECT_FALSE(opens("their/a.log"));
     }
 
     // The owner's write permission alone is added, and not through such a link.
     chmod(scratch::path("precious").c_str(), 0444);
     platform::clearReadOnly(scratch::path("open/link.log"));
-    EXPECT_EQ(modeOf("precious"), 0444U);
+    EXPECT_EQ(0444U, modeOf("precious"));
     platform::clearReadOnly(scratch::path("precious"));
-    EXPECT_EQ(modeOf("precious"), 0644U);
+    EXPECT_EQ(0644U, modeOf("precious"));
 }
 
 TEST(PlatformPosixClock, ASignalDoesNotShortenASleep)
@@ -115,25 +118,32 @@ TEST(PlatformPosixClock, ASignalDoesNotShortenASleep)
 
 TEST(PlatformPosixMessages, APostIsOneRecordAndNeverWaits)
 {
-    EXPECT_EQ(platform::registerWindowMessage("WM_TL_CALLBACK_STATUS", 0xC004U), 0xC004U);
+    EXPECT_EQ(0xC004U, platform::registerWindowMessage("WM_TL_CALLBACK_STATUS", 0xC004U));
 
     int ends[2];
-    ASSERT_EQ(socketpair(AF_UNIX, SOCK_DGRAM, 0, ends), 0);
+    ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_DGRAM, 0, ends));
     auto window = std::make_unique<platform::Window>(handleOf(ends[0]));
     window->post(0xC004, 0x8000000000000001U, -2);
     const unsigned char expected[24] = {0x04, 0xC0, 0, 0,    0,    0,    0,    0,    1,    0,    0,    0,
                                         0,    0,    0, 0x80, 0xFE, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
     unsigned char received[64] = {};
-    ASSERT_EQ(recv(ends[1], received, sizeof received, MSG_DONTWAIT), 24);
-    EXPECT_EQ(std::memcmp(received, expected, sizeof expected), 0);
+    ASSERT_EQ(24, recv(ends[1], received, sizeof received, MSG_DONTWAIT));
+    EXPECT_EQ(0, std::memcmp(received, expected, sizeof expected));
 
     // The application closes its end, and the number becomes somebody else's.
     int others[2];
-    ASSERT_EQ(socketpair(AF_UNIX, SOCK_DGRAM, 0, others), 0);
-    ASSERT_EQ(dup2(others[0], ends[0]), ends[0]);
+    ASSERT_EQ(0, socketpair(AF_UNIX, SOCK_DGRAM, 0, others));
+    ASSERT_EQ(ends[0], dup2(others[0], ends[0]));
     window->post(0xC001, 0, 0);
-    EXPECT_EQ(recv(ends[1], received, sizeof received, MSG_DONTWAIT), 24);
-    EXPECT_EQ(recv(others[1], received, sizeof received, MSG_DONTWAIT), -1);
+    EXPECT_EQ(24, recv(ends[1], received, sizeof received, MSG_DONTWAIT));
+    EXPECT_EQ(-1, recv(others[1], received, sizeof received, MSG_DONTWAIT));
+
+    // Standard input is closed: what takes its place isn't the socket.
+    const int input = dup(STDIN_FILENO);
+    close(STDIN_FILENO);
+    const platform::Window beside(handleOf(ends[0]));
+    EXPECT_EQ(-1, fcntl(STDIN_FILENO, F_GETFD));
+    dup2(input, STDIN_FILENO);
 
     // A reader that doesn't read, one that has gone, and what isn't a socket.
     for (int i = 0; i < 10000; ++i)
@@ -141,7 +151,7 @@ TEST(PlatformPosixMessages, APostIsOneRecordAndNeverWaits)
     window.reset();
     while (recv(ends[1], received, sizeof received, MSG_DONTWAIT) > 0)
         ;
-    EXPECT_EQ(errno, EAGAIN);
+    EXPECT_EQ(EAGAIN, errno);
     const platform::Window left(handleOf(others[0]));
     close(others[1]);
     left.post(0xC000, 0, 0);
@@ -154,17 +164,17 @@ TEST(PlatformPosixModules, LibrariesKnowWhereTheyWereLoadedFromAndUnload)
     std::filesystem::current_path(scratch::path(""));
     const std::string path = std::filesystem::current_path().string() + "/linked/libplatform_probe.so";
     void* probe = dlopen("./linked/libplatform_probe.so", RTLD_NOW | RTLD_LOCAL);
-    ASSERT_NE(probe, nullptr) << dlerror();
+    ASSERT_NE(nullptr, probe) << dlerror();
     std::filesystem::current_path("/");
     const auto probePath = reinterpret_cast<const char* (*)()>(dlsym(probe, "probePath"));
     const auto probeVersion = reinterpret_cast<const char* (*)()>(dlsym(probe, "probeVersion"));
-    EXPECT_EQ(probePath(), path);
-    EXPECT_STREQ(probeVersion(), TLLOGICS_VERSION_TEXT);
+    EXPECT_EQ(path, probePath());
+    EXPECT_STREQ(TLLOGICS_VERSION_TEXT, probeVersion());
     dlclose(probe);
-    EXPECT_EQ(dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD), nullptr);
+    EXPECT_EQ(nullptr, dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD));
 
     EXPECT_TRUE(platform::freeModule(platform::loadModule("tllogics")));
-    EXPECT_EQ(dlopen("libtllogics.so", RTLD_NOW | RTLD_NOLOAD), nullptr);
+    EXPECT_EQ(nullptr, dlopen("libtllogics.so", RTLD_NOW | RTLD_NOLOAD));
 }
 
 TEST(PlatformPosixModules, ExceptionsFindTheirWayWhileLibrariesComeAndGo)
@@ -172,13 +182,13 @@ TEST(PlatformPosixModules, ExceptionsFindTheirWayWhileLibrariesComeAndGo)
     const auto load = [](const char* name) { return dlopen(name, RTLD_NOW | RTLD_LOCAL); };
     void* const others[] = {load("libtllogics.so"), load("libresolv.so.2")};
     void* const probe = load("libplatform_probe.so");
-    ASSERT_NE(probe, nullptr) << dlerror();
+    ASSERT_NE(nullptr, probe) << dlerror();
     const auto probeThrow = reinterpret_cast<int (*)(int)>(dlsym(probe, "probeThrow"));
-    EXPECT_EQ(probeThrow(3), 3);
+    EXPECT_EQ(3, probeThrow(3));
     for (void* const other : others) {
-        ASSERT_NE(other, nullptr);
-        EXPECT_EQ(dlclose(other), 0);
-        EXPECT_EQ(probeThrow(5), 5);
+        ASSERT_NE(nullptr, other);
+        EXPECT_EQ(0, dlclose(other));
+        EXPECT_EQ(5, probeThrow(5));
     }
     dlclose(probe);
     EXPECT_THROW(throw std::runtime_error("thrown"), std::runtime_error);

@@ -60,11 +60,11 @@ TEST(PlatformProfile, ReadsFilesAlikeOnAllSystems)
     for (const ProfileCase& each : profileCases) {
         SCOPED_TRACE(each.content.substr(0, 60));
         const std::string path = scratch::write("case" + std::to_string(++number) + ".ini", each.content);
-        EXPECT_EQ(platform::Profile(path).number("S", "K"), each.number);
-        EXPECT_EQ(platform::Profile(path).text("S", "K"), each.text);
+        EXPECT_EQ(each.number, platform::Profile(path).number("S", "K"));
+        EXPECT_EQ(each.text, platform::Profile(path).text("S", "K"));
     }
     for (const std::string& nothing : {scratch::path("missing.ini"), scratch::path("."), std::string()})
-        EXPECT_EQ(platform::Profile(nothing).number("S", "K"), -1) << nothing;
+        EXPECT_EQ(-1, platform::Profile(nothing).number("S", "K")) << nothing;
 }
 
 TEST(PlatformFiles, LogFilesAreAppendedToAndEmptied)
@@ -73,30 +73,30 @@ TEST(PlatformFiles, LogFilesAreAppendedToAndEmptied)
     platform::AppendFile first = platform::AppendFile::open(path);
     const platform::AppendFile second = platform::AppendFile::open(path);
     ASSERT_TRUE(first.isOpen() && second.isOpen());
-    EXPECT_EQ(first.beginning(3), "kep");
+    EXPECT_EQ("kep", first.beginning(3));
     for (const platform::AppendFile* const file : {&std::as_const(first), &second, &std::as_const(first)})
         file->append(file == &first ? "one " : "two ");
-    EXPECT_EQ(scratch::read("a.log"), "kept\none two one ");
+    EXPECT_EQ("kept\none two one ", scratch::read("a.log"));
 
     // What one has emptied, the other goes on with.
     first.close();
     platform::AppendFile::empty(path);
     second.append("three");
-    EXPECT_EQ(scratch::read("a.log"), "three");
+    EXPECT_EQ("three", scratch::read("a.log"));
     for (const std::string& nothing : {scratch::path("no/dir.log"), scratch::path(""), std::string()})
         EXPECT_FALSE(platform::AppendFile::open(nothing).isOpen()) << nothing;
 }
 
 TEST(PlatformModules, EachLoadCountsOneReference)
 {
-    EXPECT_EQ(platform::loadModule("no_such_library"), nullptr);
+    EXPECT_EQ(nullptr, platform::loadModule("no_such_library"));
     EXPECT_FALSE(platform::freeModule(nullptr));
 
     const platform::Module first = platform::loadModule("tllogics");
-    ASSERT_NE(first, nullptr);
-    EXPECT_EQ(platform::loadModule("tllogics"), first);
-    EXPECT_EQ(platform::findFunction(first, "noSuchFunctionTL"), nullptr);
+    ASSERT_NE(nullptr, first);
+    EXPECT_EQ(first, platform::loadModule("tllogics"));
+    EXPECT_EQ(nullptr, platform::findFunction(first, "noSuchFunctionTL"));
     EXPECT_TRUE(platform::freeModule(first));
-    EXPECT_NE(platform::findFunction(first, "initTL"), nullptr);
+    EXPECT_NE(nullptr, platform::findFunction(first, "initTL"));
     EXPECT_TRUE(platform::freeModule(first));
 }

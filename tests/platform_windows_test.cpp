@@ -12,13 +12,13 @@
 TEST(PlatformWindowsModules, PathAndVersionAreThoseOfTheLoadedFile)
 {
     const platform::Module library = platform::loadModule("tllogics");
-    ASSERT_NE(library, nullptr);
+    ASSERT_NE(nullptr, library);
     const std::string path = platform::ownModulePath("tllogics.dll");
     EXPECT_TRUE(std::filesystem::path(path).is_absolute()) << path;
-    EXPECT_EQ(std::filesystem::path(path).filename(), "tllogics.dll");
-    EXPECT_EQ(platform::ownModuleVersion("tllogics.dll"), TLLOGICS_VERSION_TEXT);
+    EXPECT_EQ("tllogics.dll", std::filesystem::path(path).filename());
+    EXPECT_EQ(TLLOGICS_VERSION_TEXT, platform::ownModuleVersion("tllogics.dll"));
     EXPECT_TRUE(platform::freeModule(library));
-    EXPECT_EQ(platform::ownModulePath("tllogics.dll"), "");
+    EXPECT_EQ("", platform::ownModulePath("tllogics.dll"));
 }
 
 TEST(PlatformWindowsFiles, LogFilesAreSharedAndReadOnlyOnesBecomeWritable)
@@ -28,11 +28,11 @@ TEST(PlatformWindowsFiles, LogFilesAreSharedAndReadOnlyOnesBecomeWritable)
     ASSERT_TRUE(file.isOpen());
     const HANDLE other = CreateFileA(path.c_str(), GENERIC_READ | GENERIC_WRITE,
                                      FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, OPEN_EXISTING, 0, nullptr);
-    EXPECT_NE(other, INVALID_HANDLE_VALUE);
+    EXPECT_NE(INVALID_HANDLE_VALUE, other);
     CloseHandle(other);
     file.close();
 
     SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_READONLY);
     platform::clearReadOnly(path);
-    EXPECT_EQ(GetFileAttributesA(path.c_str()) & FILE_ATTRIBUTE_READONLY, 0U);
+    EXPECT_EQ(0U, GetFileAttributesA(path.c_str()) & FILE_ATTRIBUTE_READONLY);
 }

@@ -106,7 +106,7 @@ void showCall(Printer& printer, const std::string& what, const LibraryCall& func
     const std::string outcome = fmt::format("status {}: {}", status, message.data());
     printer.line(status == TL_STATUS_OK ? LineKind::Good : LineKind::Bad, outcome);
     if (status != TL_STATUS_OK)
-        throw CallFailed(status, fmt::format("{} ended with {}", what, outcome));
+        throw CallFailed(status, message[0] != '\0', fmt::format("{} ended with {}", what, outcome));
 }
 
 Library::~Library()
@@ -174,7 +174,7 @@ void Session::move(const std::string& what, const LibraryCall& function)
     try {
         call(what, function);
     } catch (const CallFailed& failure) {
-        if (failure.status == TL_STATUS_TIMEOUT || failure.status == TL_STATUS_SEND_FAILED)
+        if (failure.isUnknown)
             throw UnknownOutcome(failure.what());
         throw;
     }
@@ -239,7 +239,8 @@ bool Session::finish()
 void Session::callOff()
 {
     // Who regrets before the library has heard of the money is told at once that nothing is to be done.
-    m_events.waitForStatus([](const StatusReport& now) { return now.amount == lookAtMachine().paidIn; });
+    m_events.waitForStatus(
+        [paidIn = lookAtMachine().paidIn](const StatusReport& now) { return now.amount == paidIn; });
     attempt("regretTL(1), everything", [](char* message) { return regretTL(1, message); });
     m_book->cameOut();
     leave();

@@ -19,10 +19,13 @@ void showLogDirectory(Printer& printer, const std::string& port);
 using LibraryCall = std::function<std::int16_t(char* message)>;
 
 struct CallFailed : std::runtime_error {
-    CallFailed(std::int16_t theStatus, const std::string& text) : std::runtime_error(text), status(theStatus)
+    CallFailed(std::int16_t status, bool saysWhy, const std::string& text)
+        : std::runtime_error(text),
+          isUnknown(status == TL_STATUS_TIMEOUT || status == TL_STATUS_SEND_FAILED ||
+                    (status == TL_STATUS_ERROR && !saysWhy))
     {}
 
-    std::int16_t status;
+    bool isUnknown; // a call that moves money may have moved some
 };
 
 /// A call that moves money failed in a way that doesn't tell how much of it moved.

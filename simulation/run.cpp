@@ -61,16 +61,16 @@ Amount valueOf(const simulator::Drawer& drawer)
 } // namespace
 
 Run::Run(const Plan& plan)
-    : m_plan(plan), m_world([&] {
+    : m_plan(plan), m_surroundings([&] {
           Random random(plan.seed, 0);
           return anyDevice(random);
       }()),
-      m_till(m_world)
+      m_till(m_surroundings)
 {
     if (!plan.logs.empty()) {
         std::filesystem::create_directories(plan.logs);
         m_tape.emplace(plan.logs + "/tape.jsonl");
-        m_world.tape = &*m_tape;
+        m_surroundings.tape = &*m_tape;
         m_tape->environment("TLLOGS", "logs");
     }
     virtualSystem().environment["TLLOGS"] = "logs";
@@ -286,10 +286,10 @@ void Run::step(std::uint64_t number)
 /// The device's books, and those that its events kept, to the piece.
 void Run::checkMoney()
 {
-    if (!m_world.device().balances())
+    if (!m_surroundings.device().balances())
         report().violate("money: the device's books don't balance");
-    const Ledger& ledger = m_world.ledger();
-    for (const Denomination& unit : m_world.device().drawer().units()) {
+    const Ledger& ledger = m_surroundings.ledger();
+    for (const Denomination& unit : m_surroundings.device().drawer().units()) {
         const auto moved = ledger.moved.find(unit.value);
         const std::int64_t expected =
             ledger.start.at(unit.value) + (moved == ledger.moved.end() ? 0 : moved->second);
@@ -302,14 +302,14 @@ void Run::checkMoney()
 
 void Run::customerTakes()
 {
-    m_world.device().takePaidOut(m_world.now());
-    m_world.device().takeCollected();
+    m_surroundings.device().takePaidOut(m_surroundings.now());
+    m_surroundings.device().takeCollected();
 }
 
 /// Puts in pieces until the amount is there, or they go home.
 void Run::customerPays(Random& random, Amount due)
 {
-    const auto& units = m_world.device().drawer().units();
+    const auto& units = m_surroundings.device().drawer().units();
     Amount in = 0;
     for (int piece = 0; piece < 30 && in < due; ++piece) {
         std::vector<Amount> fitting;
@@ -320,8 +320,8 @@ void Run::customerPays(Random& random, Amount due)
         if (fitting.empty())
             fitting.push_back(units.front().value);
         const Amount value = random.once(3) ? fitting.back() : random.one(fitting);
-        in += m_world.device().insert(value, 1, m_world.now()).took;
-        m_world.pass(random.between(30, 300));
+        in += m_surroundings.device().insert(value, 1, m_surroundings.now()).took;
+        m_surroundings.pass(random.between(30, 300));
         if (random.once(200))
             return;
     }
@@ -339,22 +339,22 @@ bool Run::makeReady(bool payIn)
         const int state = g_TLState;
         if (state == STATE_LOGGED_OUT) {
             if (!m_till.call("loginTL", loginTL, std::int16_t{1}, std::int16_t{1}).ok()) {
-                m_world.pass(500);
+                m_surroundings.pass(500);
                 continue;
             }
         } else if (g_nLastCallbackStatus == DEVICE_ERROR) {
             m_till.call("resetTL", resetTL);
-            m_world.pass(500);
+            m_surroundings.pass(500);
         } else if (state == STATE_CASH_DEPOSITED) {
             std::int32_t rest = 0;
             m_till.call("dispenseTL", dispenseTL, 0, "", &rest);
-            m_world.rest(20000);
+            m_surroundings.rest(20000);
         } else if ((state == STATE_PAYIN_ENABLED) != payIn) {
             const Outcome outcome = payIn ? m_till.call("enablePayinTL", enablePayinTL)
                                           : m_till.call("disablePayinTL", disablePayinTL);
             if (outcome.status == TL_STATUS_NOT_SUPPORTED)
                 return false;
-            m_world.rest(2000);
+            m_surroundings.rest(2000);
         } else {
             return true;
         }
@@ -366,10 +366,10 @@ bool Run::makeReady(bool payIn)
 /// not one of the kinds that the header warns of, has to keep its word.
 void Run::judge(const char* name, const Outcome& outcome, const Promise& promise, Amount outBefore, bool calm)
 {
-    m_world.rest(120000);
-    const Amount out = m_world.ledger().out - outBefore;
-    const bool disturbed = !calm || m_world.faultBegan;
-    const bool kept = out == promise.out && m_world.device().paidIn() == promise.paidInAfter;
+    m_surroundings.rest(120000);
+    const Amount out = m_surroundings.ledger().out - outBefore;
+    const bool disturbed = !calm || m_surroundings.faultBegan;
+    const bool kept = out == promise.out && m_surroundings.device().paidIn() == promise.paidInAfter;
     const std::string what = std::string(name) + " answered " + std::to_string(outcome.status) +
                              ", promised " + std::to_string(promise.out) + ", paid " + std::to_string(out);
     if (outcome.ok()) {
@@ -402,13 +402,13 @@ void Run::sale(Random& random)
         customerTakes();
         return;
     }
-    simulator::DeviceModel& device = m_world.device();
+    simulator::DeviceModel& device = m_surroundings.device();
     const Amount smallest = device.drawer().units().front().value;
     const Amount due =
         smallest * random.between(1, static_cast<int>(std::min<Amount>(2000, 60000 / smallest)));
     customerPays(random, due);
-    const bool calm = m_world.rest(3000) && !m_troubled && !device.hasError();
-    const Amount outBefore = m_world.ledger().out;
+    const bool calm = m_surroundings.rest(3000) && !m_troubled && !device.hasError();
+    const Amount outBefore = m_surroundings.ledger().out;
     const Amount paidIn = device.paidIn();
     const Amount change = std::max<Amount>(0, paidIn - due);
     const bool canPay = simulator::valueOf(simulator::makeUp(change, device.drawer().payable())) == change;
@@ -422,7 +422,7 @@ void Run::sale(Random& random)
                          std::to_string(p));
 
     const auto asked = [&] {
-        return c == 0 || std::any_of(m_world.sent.begin(), m_world.sent.end(),
+        return c == 0 || std::any_of(m_surroundings.sent.begin(), m_surroundings.sent.end(),
                                      [](const SentCommand& command) { return command.text.front() == 'd'; });
     };
     const bool paidEnough = paidIn >= due;
@@ -450,7 +450,7 @@ void Run::sale(Random& random)
             break;
         const Outcome kept = m_till.call("depositTL", depositTL, id.c_str());
         judge("depositTL", kept, {0, 0, true, true}, outBefore, calm);
-        const Amount before = m_world.ledger().out;
+        const Amount before = m_surroundings.ledger().out;
         const Outcome outcome = m_till.call("dispenseTL", dispenseTL, c, id.c_str(), &rest);
         judge("dispenseTL", outcome, {change, device.paidIn(), asked(), canPay}, before, calm && kept.ok());
         break;
@@ -474,7 +474,7 @@ void Run::sale(Random& random)
         break;
     }
     }
-    m_world.rest(60000);
+    m_surroundings.rest(60000);
     if (!random.once(50))
         customerTakes();
 }
@@ -483,7 +483,7 @@ void Run::count(Random&)
 {
     if (g_TLState < STATE_PAYIN_ENABLED)
         return;
-    const bool calm = m_world.rest(20000) && !m_troubled && !m_world.device().hasError();
+    const bool calm = m_surroundings.rest(20000) && !m_troubled && !m_surroundings.device().hasError();
     Arrays arrays;
     const bool complete = m_sales % 2 == 0;
     const Outcome outcome = complete ? m_till.call("completeCashCountTL", completeCashCountTL, &arrays.coins,
@@ -494,10 +494,10 @@ void Run::count(Random&)
     const bool mayHoldOthers = std::exchange(m_countBroke, !outcome.ok());
     if (!outcome.ok())
         return;
-    const bool right = arrays.amount() == valueOf(m_world.device().drawer());
+    const bool right = arrays.amount() == valueOf(m_surroundings.device().drawer());
     if (!right && calm && !outcome.disturbed && !mayHoldOthers)
         report().violate("count: " + std::to_string(arrays.amount()) + ", there are " +
-                         std::to_string(valueOf(m_world.device().drawer())));
+                         std::to_string(valueOf(m_surroundings.device().drawer())));
     else if (!right)
         report().count("hazard: a count of something else");
 }
@@ -507,19 +507,20 @@ void Run::administration(Random& random)
     report().count("administrations");
     if (!makeReady(false))
         return;
-    if (m_world.device().paidIn() > 0)
+    if (m_surroundings.device().paidIn() > 0)
         m_till.call("regretTL", regretTL, std::int16_t{1});
-    m_world.rest(60000);
+    m_surroundings.rest(60000);
     customerTakes();
     m_till.call("adminModeTL", adminModeTL, std::int16_t{1});
-    m_world.rest(2000);
-    const auto& units = m_world.device().drawer().units();
+    m_surroundings.rest(2000);
+    const auto& units = m_surroundings.device().drawer().units();
     Arrays arrays;
     switch (random.between(0, 4)) {
     case 0:
         for (int i = 0; i < 5; ++i) {
-            m_world.device().insert(random.one(units).value, random.between(1, 20), m_world.now());
-            m_world.pass(200);
+            m_surroundings.device().insert(random.one(units).value, random.between(1, 20),
+                                           m_surroundings.now());
+            m_surroundings.pass(200);
         }
         m_till.call("endReplenishTL", endReplenishTL, "ADMIN");
         break;
@@ -536,7 +537,7 @@ void Run::administration(Random& random)
         break;
     default: {
         m_till.call("adminModeTL", adminModeTL, std::int16_t{2});
-        m_world.rest(2000);
+        m_surroundings.rest(2000);
         CashCountRecord wanted{static_cast<std::int32_t>(random.one(units).value), random.between(1, 30), 0,
                                0};
         CashCountRecord* coins = &wanted;
@@ -549,9 +550,9 @@ void Run::administration(Random& random)
         break;
     }
     }
-    m_world.rest(60000);
+    m_surroundings.rest(60000);
     m_till.call("adminModeTL", adminModeTL, std::int16_t{2});
-    m_world.rest(2000);
+    m_surroundings.rest(2000);
     customerTakes();
 }
 
@@ -572,8 +573,8 @@ void Run::anyCall(Random& random)
         random.one({0, 1, -1, 99999999, 100000000, 250, 5000, random.between(0, 70000)});
     const std::int32_t other = random.one({0, amount, -5, random.between(0, 70000)});
     const char* const id = random.one<const char*>({"", "X", nullptr, "line\r\nbreak %s %n"});
-    const Amount outBefore = m_world.ledger().out;
-    const bool atRest = m_world.rest(0);
+    const Amount outBefore = m_surroundings.ledger().out;
+    const bool atRest = m_surroundings.rest(0);
     Outcome outcome;
     switch (random.between(0, 19)) {
     case 0:
@@ -638,16 +639,16 @@ void Run::anyCall(Random& random)
         outcome = m_till.call("payout2TL", payout2TL, amount, other, id, nullptr);
         break;
     }
-    if (atRest && outcome.paySent.empty() && m_world.ledger().out != outBefore)
+    if (atRest && outcome.paySent.empty() && m_surroundings.ledger().out != outBefore)
         report().violate("money came out of a call that sent no pay command");
     if (random.once(2))
-        m_world.rest(20000);
+        m_surroundings.rest(20000);
 }
 
 void Run::session(Random& random)
 {
     m_till.call("logoutTL", logoutTL);
-    m_world.pass(random.between(10, 5000));
+    m_surroundings.pass(random.between(10, 5000));
     if (!random.once(3))
         m_till.call("loginTL", loginTL, static_cast<std::int16_t>(random.between(-5, 120)), std::int16_t{7});
 }
@@ -655,10 +656,10 @@ void Run::session(Random& random)
 void Run::restart(Random& random, bool otherDevice)
 {
     m_till.stop();
-    m_world.pass(random.between(10, 60000));
+    m_surroundings.pass(random.between(10, 60000));
     if (otherDevice && !m_till.isInitiated()) {
-        m_world.forgetActions();
-        m_world.replaceDevice(anyDevice(random));
+        m_surroundings.forgetActions();
+        m_surroundings.replaceDevice(anyDevice(random));
         m_troubled = false;
     }
     if (random.once(2))
@@ -689,42 +690,43 @@ void Run::fault(Random& random)
     m_troubled = true;
     // At any moment of what comes next.
     const Milliseconds in = random.between(0, 4000);
-    m_world.after(in, [this, fault] { m_world.device().putFault(fault, m_world.now()); });
+    m_surroundings.after(in,
+                         [this, fault] { m_surroundings.device().putFault(fault, m_surroundings.now()); });
 }
 
 /// Somebody comes, mends all, and the till has to sell again.
 void Run::service(Random& random)
 {
     report().count("services");
-    m_world.pass(5000);
-    m_world.forgetActions();
+    m_surroundings.pass(5000);
+    m_surroundings.forgetActions();
     for (const FaultName name : simulator::faultNames())
-        m_world.device().repair(name, m_world.now());
-    m_world.device().setPower(true, m_world.now());
+        m_surroundings.device().repair(name, m_surroundings.now());
+    m_surroundings.device().setPower(true, m_surroundings.now());
     customerTakes();
-    m_world.pass(60000);
-    m_world.rest(3600000); // a slow device has much to say yet
+    m_surroundings.pass(60000);
+    m_surroundings.rest(3600000); // a slow device has much to say yet
     customerTakes();
-    for (const Denomination& unit : m_world.device().drawer().units()) {
+    for (const Denomination& unit : m_surroundings.device().drawer().units()) {
         if (unit.count < 5)
-            m_world.device().refill(unit.value, 20, m_world.now());
+            m_surroundings.device().refill(unit.value, 20, m_surroundings.now());
     }
     m_till.call("changeSettingsTL", changeSettingsTL, "PayOutAmountPerTimeLimitAmount:0;", std::int16_t{0});
     // A reset, and what an operator does if that doesn't help. The device is asked, not the till: what a lost
     // message told of, the till doesn't know.
-    const auto isReady = [this] { return makeReady(true) && m_world.device().isPayInOpen(); };
+    const auto isReady = [this] { return makeReady(true) && m_surroundings.device().isPayInOpen(); };
     bool ready = isReady();
     for (int attempt = 0; attempt < 3 && !ready; ++attempt) {
         report().count("hazard: a till that wasn't told of an error had to reset the device unasked");
         m_till.call("resetTL", resetTL);
-        m_world.rest(5000);
+        m_surroundings.rest(5000);
         if (ready = isReady(); ready)
             break;
         report().count("hazard: a reset was not enough, logout and login were tried");
         m_till.call("logoutTL", logoutTL);
-        m_world.pass(3000);
+        m_surroundings.pass(3000);
         m_till.call("loginTL", loginTL, std::int16_t{1}, std::int16_t{1});
-        m_world.rest(5000);
+        m_surroundings.rest(5000);
         if (ready = isReady(); ready)
             break;
         // A till that last heard "busy", and was cut off then, waits for "ready" in vain.
@@ -734,8 +736,9 @@ void Run::service(Random& random)
         ready = isReady();
     }
     if (!ready) {
-        const bool lacksCommands = m_world.device().settings().commands.find('H') == std::string::npos ||
-                                   !m_world.device().settings().payInAfterLogin;
+        const bool lacksCommands =
+            m_surroundings.device().settings().commands.find('H') == std::string::npos ||
+            !m_surroundings.device().settings().payInAfterLogin;
         if (lacksCommands || settingIs1(LegacySystem) || settingIs1(AutoDisable))
             report().count("hazard: pay-in is closed, and the till has no command for it");
         else
@@ -744,9 +747,9 @@ void Run::service(Random& random)
         return;
     }
     m_troubled = false;
-    if (m_world.device().paidIn() > 0) {
+    if (m_surroundings.device().paidIn() > 0) {
         m_till.call("regretTL", regretTL, std::int16_t{1});
-        m_world.rest(120000);
+        m_surroundings.rest(120000);
     }
     report().count("recoveries");
     (void)random;
@@ -754,8 +757,8 @@ void Run::service(Random& random)
 
 void Run::night(Random& random)
 {
-    m_world.rest(60000);
-    m_world.pass(Milliseconds{3600000} * random.between(1, 16));
+    m_surroundings.rest(60000);
+    m_surroundings.pass(Milliseconds{3600000} * random.between(1, 16));
 }
 
 } // namespace simulation

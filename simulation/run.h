@@ -3,8 +3,8 @@
 #pragma once
 
 #include "simulation/random.h"
+#include "simulation/surroundings.h"
 #include "simulation/till.h"
-#include "simulation/world.h"
 
 #include <cstdint>
 #include <optional>
@@ -84,7 +84,7 @@ private:
 
     const Plan m_plan;
     std::optional<Tape> m_tape;
-    World m_world;
+    Surroundings m_surroundings;
     Till m_till;
     std::uint64_t m_sales = 0;
     bool m_countBroke = false; // the next one may hold its pieces

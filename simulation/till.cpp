@@ -115,10 +115,12 @@ bool mayLeadTo(std::string_view name, int status, int from, int to)
 
 } // namespace
 
-Till::Till(World& world) : m_world(world)
+Till::Till(Surroundings& surroundings) : m_surroundings(surroundings)
 {
     theTill = this;
-    m_world.onMessage = [this](const std::string& message, bool before) { onMessage(message, before); };
+    m_surroundings.onMessage = [this](const std::string& message, bool before) {
+        onMessage(message, before);
+    };
     virtualSystem().onLine = [this](const VirtualSystem::LogFile& file, std::string_view line) {
         logs.line(file, line);
     };
@@ -127,7 +129,7 @@ Till::Till(World& world) : m_world(world)
 Till::~Till()
 {
     virtualSystem().onLine = nullptr;
-    m_world.onMessage = nullptr;
+    m_surroundings.onMessage = nullptr;
     theTill = nullptr;
 }
 
@@ -159,10 +161,10 @@ void Till::onMessage(const std::string& message, bool before)
 
 void Till::beginCall(const char* name)
 {
-    m_world.sent.clear();
-    m_world.slept = 0;
-    m_world.blocked = 0;
-    m_world.faultBegan = false;
+    m_surroundings.sent.clear();
+    m_surroundings.slept = 0;
+    m_surroundings.blocked = 0;
+    m_surroundings.faultBegan = false;
     m_stateBefore = g_TLState;
     m_stateByMessages = m_stateBefore;
     logs.beginCall();
@@ -184,9 +186,9 @@ Outcome Till::endCall(const char* name, int status, const std::array<char, 1040>
     if (end == message.end() || message[1024] != '#')
         report().violate(std::string(name) + ": the message is not ended within its buffer");
     outcome.message = std::string(message.begin(), end);
-    outcome.disturbed = m_world.faultBegan;
-    if (m_world.tape != nullptr)
-        m_world.tape->returned(status, outcome.message);
+    outcome.disturbed = m_surroundings.faultBegan;
+    if (m_surroundings.tape != nullptr)
+        m_surroundings.tape->returned(status, outcome.message);
     const bool known = (status >= 0 && status <= 13 && status != 9) || std::strcmp(name, "initTL") == 0;
     if (!known || (status == TL_STATUS_WARNING && std::strcmp(name, "initTL") != 0))
         report().violate(std::string(name) + ": no such status: " + std::to_string(status));
@@ -200,7 +202,7 @@ Outcome Till::endCall(const char* name, int status, const std::array<char, 1040>
 
 void Till::checkCommands(const char* name, Outcome& outcome)
 {
-    for (const SentCommand& command : m_world.sent) {
+    for (const SentCommand& command : m_surroundings.sent) {
         if (!isPayCommand(command.text))
             continue;
         if (!outcome.paySent.empty())
@@ -229,8 +231,8 @@ void Till::checkState(const char* name, int status) const
 
 void Till::checkTime(const char* name) const
 {
-    if (m_world.slept > longestWait(name))
-        report().violate(std::string(name) + " waited " + std::to_string(m_world.slept) + " ms");
+    if (m_surroundings.slept > longestWait(name))
+        report().violate(std::string(name) + " waited " + std::to_string(m_surroundings.slept) + " ms");
 }
 
 /// With the limit on, what was paid within its time, this payment included, is no more than it allows. After

@@ -5,7 +5,7 @@
 #include "simulation/log_check.h"
 #include "simulation/random.h"
 #include "simulation/report.h"
-#include "simulation/world.h"
+#include "simulation/surroundings.h"
 
 #include <array>
 #include <cstdint>
@@ -15,7 +15,7 @@
 
 namespace simulation {
 
-/// What a call did, as its caller and the world saw it.
+/// What a call did, as its caller and all around it saw it.
 struct Outcome {
     int status = -1;
     std::string message;
@@ -27,7 +27,7 @@ struct Outcome {
 
 class Till {
 public:
-    explicit Till(World& world);
+    explicit Till(Surroundings& surroundings);
     Till(const Till&) = delete;
     Till& operator=(const Till&) = delete;
     ~Till();
@@ -36,8 +36,8 @@ public:
     Outcome call(const char* name, Function function, Arguments... arguments)
     {
         beginCall(name);
-        if (m_world.tape != nullptr)
-            m_world.tape->call(name, nlohmann::json::array({argumentOf(arguments)...}));
+        if (m_surroundings.tape != nullptr)
+            m_surroundings.tape->call(name, nlohmann::json::array({argumentOf(arguments)...}));
         std::array<char, 1040> message;
         message.fill('#');
         const int status = function(arguments..., message.data());
@@ -104,7 +104,7 @@ private:
         std::int32_t amount;
     };
 
-    World& m_world;
+    Surroundings& m_surroundings;
     std::vector<Paid> m_paid;
     int m_limit = 0;
     int m_seconds = 0;

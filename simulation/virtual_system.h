@@ -25,7 +25,7 @@ public:
     std::int64_t wallClock() const { return (m_now + START + m_turned) / 1000; }
     void turnWallClock(std::int64_t seconds) { m_turned += seconds * 1000; }
 
-    /// What a sleep of the library does: the world goes on.
+    /// What a sleep of the library does: time goes on, and the device with it.
     std::function<void(Milliseconds)> onSleep;
 
     // Files to be read, and the environment. What is not there doesn't exist.

@@ -1,4 +1,4 @@
-#include "simulation/world.h"
+#include "simulation/surroundings.h"
 
 #include "platform/modules.h"
 
@@ -8,25 +8,25 @@
 
 namespace simulation {
 
-World* g_world = nullptr;
+Surroundings* g_surroundings = nullptr;
 
-World::World(simulator::Settings settings)
+Surroundings::Surroundings(simulator::Settings settings)
 {
     replaceDevice(std::move(settings));
     virtualSystem().onSleep = [this](Milliseconds time) {
         slept += time;
         pass(time);
     };
-    g_world = this;
+    g_surroundings = this;
 }
 
-World::~World()
+Surroundings::~Surroundings()
 {
-    g_world = nullptr;
+    g_surroundings = nullptr;
     virtualSystem().onSleep = [](Milliseconds) {};
 }
 
-void World::replaceDevice(simulator::Settings settings)
+void Surroundings::replaceDevice(simulator::Settings settings)
 {
     m_device.emplace(std::move(settings));
     watch();
@@ -37,12 +37,12 @@ void World::replaceDevice(simulator::Settings settings)
         m_ledger.start[unit.value] = unit.count;
 }
 
-void World::watch()
+void Surroundings::watch()
 {
     m_device->setWatcher([this](const simulator::DeviceEvent& event) { hear(event); });
 }
 
-void World::hear(const simulator::DeviceEvent& event)
+void Surroundings::hear(const simulator::DeviceEvent& event)
 {
     using Event = simulator::DeviceEvent;
     if (event.kind == Event::Kind::Fault || (event.kind == Event::Kind::Message && *event.change != '\0'))
@@ -67,7 +67,7 @@ void World::hear(const simulator::DeviceEvent& event)
     }
 }
 
-void World::pass(Milliseconds time)
+void Surroundings::pass(Milliseconds time)
 {
     const Milliseconds end = now() + time;
     for (;;) {
@@ -90,7 +90,7 @@ void World::pass(Milliseconds time)
     virtualSystem().setNow(end);
 }
 
-bool World::rest(Milliseconds most)
+bool Surroundings::rest(Milliseconds most)
 {
     const Milliseconds end = now() + most;
     while (m_device->isBusy(now()) || m_device->hasMessages()) {
@@ -101,12 +101,12 @@ bool World::rest(Milliseconds most)
     return true;
 }
 
-void World::after(Milliseconds in, std::function<void()> action)
+void Surroundings::after(Milliseconds in, std::function<void()> action)
 {
     m_actions.push({now() + in, ++m_actionsSoFar, std::move(action)});
 }
 
-void World::say(const std::string& message)
+void Surroundings::say(const std::string& message)
 {
     if (m_callback == nullptr)
         return;
@@ -119,7 +119,7 @@ void World::say(const std::string& message)
         onMessage(message, false);
 }
 
-int World::open(Callback callback)
+int Surroundings::open(Callback callback)
 {
     m_callback = nullptr;
     const int refusal = m_device->openingRefusal();
@@ -132,13 +132,13 @@ int World::open(Callback callback)
     return 0;
 }
 
-void World::close()
+void Surroundings::close()
 {
     m_callback = nullptr;
     m_device->tillLeft(now());
 }
 
-std::string World::command(std::string_view text)
+std::string Surroundings::command(std::string_view text)
 {
     const Milliseconds start = now();
     const simulator::DeviceModel::Answer answer = m_device->command(text, start);
@@ -156,7 +156,7 @@ std::string World::command(std::string_view text)
     return answer.text;
 }
 
-void World::loggedOut()
+void Surroundings::loggedOut()
 {
     m_device->loggedOut();
 }
@@ -167,7 +167,7 @@ void World::loggedOut()
 
 namespace {
 
-using simulation::g_world;
+using simulation::g_surroundings;
 
 void copy(const std::string& text, char* buffer, std::size_t room)
 {
@@ -177,25 +177,25 @@ void copy(const std::string& text, char* buffer, std::size_t room)
 
 void initiate(int (*callback)(const char*), const char*, char* answer, std::int16_t* returnCode)
 {
-    const int code = g_world->open(callback);
+    const int code = g_surroundings->open(callback);
     copy(code == 0 ? "" : "The device refused", answer, 64);
     *returnCode = static_cast<std::int16_t>(code);
 }
 
 void dini(void*, char*)
 {
-    if (g_world != nullptr) // the library may be unloaded after the world
-        g_world->close();
+    if (g_surroundings != nullptr) // the library may be unloaded after its surroundings
+        g_surroundings->close();
 }
 
 void sendCommand(const char* command, char* answer)
 {
-    copy(g_world->command(command), answer, 80);
+    copy(g_surroundings->command(command), answer, 80);
 }
 
 void loggedOut(const char*, char* answer)
 {
-    g_world->loggedOut();
+    g_surroundings->loggedOut();
     copy("b\x1C"
          "0Ok",
          answer, 80);

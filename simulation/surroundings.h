@@ -33,12 +33,12 @@ struct Ledger {
     Amount collected = 0;
 };
 
-class World {
+class Surroundings {
 public:
-    explicit World(simulator::Settings settings);
-    World(const World&) = delete;
-    World& operator=(const World&) = delete;
-    ~World();
+    explicit Surroundings(simulator::Settings settings);
+    Surroundings(const Surroundings&) = delete;
+    Surroundings& operator=(const Surroundings&) = delete;
+    ~Surroundings();
 
     Milliseconds now() const { return virtualSystem().now(); }
 
@@ -100,6 +100,6 @@ private:
 };
 
 /// The one of this process; null before it is made.
-extern World* g_world;
+extern Surroundings* g_surroundings;
 
 } // namespace simulation

@@ -266,8 +266,8 @@ void logLine(std::string_view text, LogKind kind, LogFile file) noexcept
     logLine(appendText, &text, kind, file);
 }
 
-void setLogSubfolder(const std::string& name)
-{
+void setLogSubfolder(const std::string& name) noexcept
+try {
     const LogLock lock;
     // A point tells an address from the name of a serial port.
     if (name.find('.') != std::string::npos && isSafeFolderName(name))
@@ -275,6 +275,8 @@ void setLogSubfolder(const std::string& name)
     // What is open stays so until the log is opened anew again: whoever follows it loses nothing.
     g_pFormerLogFiles = std::move(g_pLogFiles);
     openLog();
+} catch (...) {
+    // No memory: the next line tries again to open it.
 }
 
 void closeLogFiles()

@@ -75,8 +75,9 @@ void logError(const Text& text)
 /// Whether lines of this kind are written at present.
 bool isLogged(LogKind kind);
 
-/// Opens the log anew, in a folder named after the device's address if "name" looks like one.
-void setLogSubfolder(const std::string& name);
+/// Opens the log anew, in a folder named after the device's address if "name" looks like one. Never fails a
+/// caller.
+void setLogSubfolder(const std::string& name) noexcept;
 
 /// Closes the files for good; called as the library is unloaded.
 void closeLogFiles();

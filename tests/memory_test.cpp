@@ -117,6 +117,26 @@ TEST_F(Memory, EveryCallAnswersWithoutIt)
     EXPECT_GT(countOf("payout2TL: Failed! Returning 2: ", errorLog()), 0);
 }
 
+TEST_F(Memory, ALinkThatWasOpenedIsInitiated)
+{
+    std::array<char, 1024> message{};
+    int status = TL_STATUS_ERROR;
+    bool wasOpened = false;
+    registerEvents();
+    starve(
+        [&] {
+            EXPECT_EQ(wasOpened ? TL_STATUS_OK : TL_STATUS_ERROR, status);
+            EXPECT_EQ(wasOpened ? "0 Done" : "2 Not initiated", call(exitTL));
+            registerEvents();
+            ostrivane().calls.clear();
+        },
+        [&] {
+            status = initTL("Type:RS232;Name:10.0.0.7:4001;", "", message.data());
+            wasOpened = countOf("tl_initiate2", ostrivane().calls) > 0;
+        });
+    EXPECT_TRUE(wasOpened);
+}
+
 TEST_F(Memory, MessagesLoadingAndUnloadingGoOnWithoutIt)
 {
     open();

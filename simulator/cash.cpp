@@ -1,5 +1,7 @@
 #include "simulator/cash.h"
 
+#include "text/ascii.h"
+
 #include <algorithm>
 
 namespace simulator {
@@ -112,9 +114,7 @@ std::optional<CashList> CashList::parse(std::string_view text)
 
 std::optional<int> parseNumber(std::string_view digits)
 {
-    const bool onlyDigits =
-        std::all_of(digits.begin(), digits.end(), [](char c) { return c >= '0' && c <= '9'; });
-    if (digits.empty() || digits.size() > 9 || !onlyDigits)
+    if (digits.empty() || digits.size() > 9 || !std::all_of(digits.begin(), digits.end(), isDigit))
         return std::nullopt;
     return std::stoi(std::string(digits));
 }

@@ -2,6 +2,7 @@
 
 #include "simulator/fault_text.h"
 #include "simulator/object_reader.h"
+#include "text/ascii.h"
 
 #include <limits>
 
@@ -19,11 +20,6 @@ bool isLowerCase(char c)
 bool isUpperCase(char c)
 {
     return c >= 'A' && c <= 'Z';
-}
-
-bool isLetter(char c)
-{
-    return isLowerCase(c) || isUpperCase(c);
 }
 
 Denomination parseDenomination(const json& object, Denomination denomination = {})

@@ -1,9 +1,10 @@
 # The ways in: "make demo" and "make test" install what they need, by scripts/setup.sh.
 
-.PHONY: help demo test test-linux test-windows test-tsan test-asan test-watch check-format check-layers bench soak pictures format clean
+.PHONY: help demo test test-linux test-windows test-tsan test-asan test-watch check-format check-layers bench soak panel pictures format clean
 
 help:
 	@echo "make demo          build, and run a sale at the till on the simulated device"
+	@echo "make panel         the machine and a till beside it, both in the browser, until Ctrl-C"
 	@echo "make test          all tests: format, layers, Linux, Windows under Wine, sanitizers"
 	@echo "make test-linux    the tests on Linux"
 	@echo "make test-windows  the tests built for Windows, under Wine"
@@ -23,6 +24,12 @@ demo:
 	cmake --preset linux
 	cmake --build --preset linux --target till tellarion
 	build/linux/till sale
+
+panel:
+	@scripts/setup.sh demo
+	cmake --preset linux
+	cmake --build --preset linux --target till tellarion
+	@scripts/panel.sh
 
 test:
 	@scripts/test.sh format layers linux windows tsan asan
@@ -47,7 +54,7 @@ pictures:
 	@scripts/setup.sh linux
 	cmake --preset linux
 	cmake --build --preset linux --target till tellarion
-	python3 tests/panel_test.py build/linux docs/pictures
+	python3 tests/pages_test.py build/linux docs/pictures
 
 format:
 	@scripts/setup.sh format

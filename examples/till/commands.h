@@ -27,5 +27,13 @@ bool runLevels(Printer& printer, const SessionOptions& session);
 /// Events as messages to a window or a socket, their texts fetched.
 bool runWindow(Printer& printer, const SessionOptions& session);
 
+struct ServeOptions {
+    std::uint16_t port = 7411; // of the page; 0 for any
+    std::string portFile = {}; // gets the number of the port
+};
+
+/// The till in the browser, until the process is told to end.
+bool runServe(const SessionOptions& session, const ServeOptions& serve);
+
 /// Replenishes, collects to the float, purges and unlocks.
 bool runAdministration(Printer& printer, const SessionOptions& session);

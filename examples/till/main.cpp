@@ -20,6 +20,7 @@ constexpr int WRONG_ARGUMENTS = 2;
 struct Arguments {
     SessionOptions session;
     SaleOptions sale;
+    ServeOptions serve;
     std::string kind = "payout";
     std::string command = "sale";
 };
@@ -89,6 +90,10 @@ std::optional<int> parse(int count, char** texts, Arguments& arguments)
     app.add_subcommand("count", "Count the cash");
     app.add_subcommand("levels", "Run a small drawer dry and show its warnings");
     app.add_subcommand("window", "Get events as messages, and fetch their texts");
+    CLI::App* serve = app.add_subcommand("serve", "Be a till in the browser, at a machine of its own");
+    serve->add_option("--http-port", arguments.serve.port, "Port of the page, 0 for any")
+        ->capture_default_str();
+    serve->add_option("--port-file", arguments.serve.portFile, "File that gets the page's port");
     app.add_subcommand("admin", "Replenish, collect to the float, purge and unlock");
 
     try {
@@ -102,6 +107,8 @@ std::optional<int> parse(int count, char** texts, Arguments& arguments)
     }
     if (!app.get_subcommands().empty())
         arguments.command = app.get_subcommands().front()->get_name();
+    if (arguments.command == "serve" && app.count("--port") == 0)
+        arguments.session.port = "127.0.0.1:7410";
     return std::nullopt;
 }
 
@@ -132,6 +139,8 @@ int main(int count, char** texts)
 
     Printer printer;
     try {
+        if (arguments.command == "serve")
+            return runServe(arguments.session, arguments.serve) ? WENT_WELL : FAILED;
         return run(printer, arguments) ? WENT_WELL : FAILED;
     } catch (const std::exception& error) {
         printer.line(LineKind::Bad, error.what());

@@ -8,6 +8,7 @@
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
+#include <utility>
 
 namespace {
 
@@ -98,10 +99,12 @@ std::int64_t parseMoney(const std::string& text)
     return std::stoll(whole + fraction);
 }
 
-Printer::Printer() : m_colours(wantsColours()) {}
+Printer::Printer(Sink sink) : m_sink(std::move(sink)), m_colours(!m_sink && wantsColours()) {}
 
 void Printer::line(LineKind kind, const std::string& text)
 {
+    if (m_sink)
+        return m_sink(kind, text);
     const Look look = lookOf(kind);
     write(fmt::format("{}  {:<8}  {}", secondsSinceStart(), look.speaker, coloured(look.sequence, text)));
 }

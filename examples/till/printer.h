@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -27,7 +28,10 @@ struct Table {
 
 class Printer {
 public:
-    Printer();
+    using Sink = std::function<void(LineKind kind, const std::string& text)>;
+
+    /// With a sink the lines go there, instead of to standard output.
+    explicit Printer(Sink sink = nullptr);
 
     /// The time since the start, who speaks, and the text.
     void line(LineKind kind, const std::string& text);
@@ -41,6 +45,7 @@ private:
     std::string secondsSinceStart() const;
     void write(const std::string& text);
 
+    const Sink m_sink;
     const bool m_colours;
     const std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
     std::mutex m_mutex;

@@ -260,7 +260,6 @@ void Session::clarify()
     leave();
 }
 
-/// Makes the device take commands again: a reset if it is in error, a login if it was away.
 bool Session::makeReady()
 {
     for (int attempts = 0; attempts < 10; ++attempts) {

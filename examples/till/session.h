@@ -96,6 +96,17 @@ public:
     /// The same after an unknown outcome, where giving back might pay twice: counts, and tells what came out.
     void clarify();
 
+    /// Makes the device take commands again: a reset if it is in error, a login if it was away. False if it
+    /// doesn't.
+    bool makeReady();
+
+    /// Counts what the device holds; false if it can't.
+    bool count();
+
+    /// By the last count, and what came out since the one before the last payment.
+    std::int64_t counted() const { return m_counted; }
+    std::int64_t cameOut() const { return m_countedBefore - m_counted; }
+
     Printer& printer() { return m_printer; }
     Events& events() { return m_events; }
     DrawerBook& book() { return *m_book; }
@@ -103,8 +114,6 @@ public:
 private:
     void showDevice();
     bool attempt(const std::string& what, const LibraryCall& function);
-    bool makeReady();
-    bool count();
     void leave();
 
     Printer& m_printer;

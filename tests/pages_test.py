@@ -1,4 +1,4 @@
-"""The machine's page in a browser: panel_test.py <folder of the programs> [<folder for pictures>]"""
+"""The pages of the machine and of the till in a browser: pages_test.py <folder of the programs> [<folder for pictures>]"""
 
 import os
 import subprocess
@@ -20,54 +20,73 @@ SECOND_NOTE = "#notes button:nth-child(2)"  # 200
 def picture(browser, name):
     if PICTURES:
         os.makedirs(PICTURES, exist_ok=True)
+        if name != "jam":
+            browser.run("document.querySelector('.why')?.remove()")
         time.sleep(0.6)  # until nothing moves any more
         browser.picture(os.path.join(PICTURES, name + ".png"))
 
 
-class Panel(unittest.TestCase):
+def end(process):
+    process.kill()
+    process.wait()
+
+
+class PageTest(unittest.TestCase):
+    """A machine, and a browser to look at its page or at another one."""
+
     @classmethod
     def setUpClass(cls):
         cls.browser = Browser()
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.browser.close()
+        cls.addClassCleanup(cls.browser.close)
 
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
         self.addCleanup(folder.cleanup)
         self.folder = folder.name
+        self.browser.complaints()
         self.start_machine("0")
-        self.browser.look(1280, 980)
-        self.browser.open("http://127.0.0.1:%s/" % self.port)
-        self.browser.wait_for_text("#drawer-amount", "24 800.00")
+
+    def start(self, program, *arguments, port_file=None):
+        process = subprocess.Popen([os.path.join(PROGRAMS, program), *arguments, *(["--port-file", port_file] if port_file else [])],
+                                   stdout=subprocess.DEVNULL, env=dict(os.environ, TLLOGS=self.folder))
+        self.addCleanup(end, process)
+        while port_file and not os.path.exists(port_file):
+            self.assertIsNone(process.poll(), program + " did not start")
+            time.sleep(0.01)
+        return process
 
     def start_machine(self, port):
         port_file = os.path.join(self.folder, "port")
-        self.machine = subprocess.Popen([os.path.join(PROGRAMS, "tellarion"), "--port", port, "--port-file", port_file,
-                                         "--state", os.path.join(self.folder, "state")], stdout=subprocess.DEVNULL)
-        self.addCleanup(self.end, self.machine)
-        while not os.path.exists(port_file):
-            self.assertIsNone(self.machine.poll(), "the machine did not start")
-            time.sleep(0.01)
+        self.machine = self.start("tellarion", "--port", port, "--state", os.path.join(self.folder, "state"),
+                                  port_file=port_file)
         with open(port_file, encoding="ascii") as file:
             self.port = file.read().strip()
-
-    def start_till(self, due):
-        till = subprocess.Popen([os.path.join(PROGRAMS, "till"), "sale", "--due", due, "--port", "127.0.0.1:" + self.port],
-                                stdout=subprocess.DEVNULL, env=dict(os.environ, TLLOGS=self.folder))
-        self.addCleanup(self.end, till)
-        self.browser.wait(PAY_IN_IS_OPEN)
-        return till
-
-    @staticmethod
-    def end(process):
-        process.kill()
-        process.wait()
+        os.remove(port_file)
 
     def tell(self, verb, *words):
         subprocess.run([os.path.join(PROGRAMS, "tellarion"), verb, *words, "--port", self.port], check=True,
                        stdout=subprocess.DEVNULL)
+
+    def fits(self, width, height):
+        self.browser.look(width, height)
+        self.assertEqual(width, self.browser.run("return document.documentElement.scrollWidth"))
+        outside = self.browser.run("return [...document.querySelectorAll('button, input, select')].filter(e => {"
+                                   "const box = e.getBoundingClientRect();"
+                                   "return box.width > 0 && (box.left < 0 || box.right > innerWidth)}).map(e => e.outerHTML)")
+        self.assertEqual([], outside)
+
+
+class Panel(PageTest):
+    def setUp(self):
+        super().setUp()
+        self.browser.look(1280, 980)
+        self.browser.open("http://127.0.0.1:%s/" % self.port)
+        self.browser.wait_for_text("#drawer-amount", "24 800.00")
+
+    def start_till(self, due):
+        till = self.start("till", "sale", "--due", due, "--port", "127.0.0.1:" + self.port)
+        self.browser.wait(PAY_IN_IS_OPEN)
+        return till
 
     def test_a_sale_by_clicks(self):
         browser = self.browser
@@ -88,10 +107,9 @@ class Panel(unittest.TestCase):
             till = self.start_till("437")
             browser.click("#notes button:nth-child(3)")
             browser.wait_for_text(".screen .amount", "100.00")
-            browser.run("document.querySelector('.why')?.remove(); document.querySelector('main').click()")
             picture(browser, "machine")
             browser.wait_for_text("#status", "ready")
-            self.end(till)
+            end(till)
 
         # What the payout moved, and the talk filtered, stopped and gone on with.
         browser.run("document.querySelector('#filter').value = 'pay out';"
@@ -144,15 +162,13 @@ class Panel(unittest.TestCase):
         self.start_till("500")
         browser.click(SECOND_NOTE)
         browser.wait_for_text(".screen .amount", "200.00")
-        self.end(self.machine)
+        end(self.machine)
         browser.wait_for_text("#status", "gone")
         browser.click(SECOND_NOTE)
         browser.wait_for_text(".why", "the machine is not there")
-        os.remove(os.path.join(self.folder, "port"))
         self.start_machine(self.port)
         browser.wait_for_text("#till", "till connected")
         browser.wait_for_text(".screen .amount", "200.00")
-        browser.complaints()
 
     def test_by_keyboard_alone(self):
         browser = self.browser
@@ -188,13 +204,8 @@ class Panel(unittest.TestCase):
     def test_widths_and_promptness(self):
         browser = self.browser
         self.start_till("500")
-        for width, height in ((1280, 800), (400, 800)):
-            browser.look(width, height)
-            self.assertEqual(width, browser.run("return document.documentElement.scrollWidth"))
-            outside = browser.run("return [...document.querySelectorAll('button, input, select')].filter(e => {"
-                                  "const box = e.getBoundingClientRect();"
-                                  "return box.width > 0 && (box.left < 0 || box.right > innerWidth)}).map(e => e.outerHTML)")
-            self.assertEqual([], outside)
+        self.fits(1280, 800)
+        self.fits(400, 800)
         self.tell("insert", "50")
         browser.run("scrollTo(0, document.body.scrollHeight)")
         browser.wait("const box = document.querySelector('.paid-in-short b').getBoundingClientRect();"
@@ -217,6 +228,64 @@ class Panel(unittest.TestCase):
             }).observe(amount, { childList: true, characterData: true, subtree: true });
             insert();"""})
         self.assertLess(quickest, 100)
+
+
+class Till(PageTest):
+    def setUp(self):
+        super().setUp()
+        port_file = os.path.join(self.folder, "till_port")
+        self.till = self.start("till", "serve", "--http-port", "0", "--port", "127.0.0.1:" + self.port, port_file=port_file)
+        self.browser.look(1280, 760)
+        with open(port_file, encoding="ascii") as file:
+            self.browser.open("http://127.0.0.1:%s/" % file.read().strip())
+        self.browser.wait_for_text("#status", "ready")
+
+    def test_a_sale_a_regret_and_a_count(self):
+        browser = self.browser
+        browser.click("[data-action=settle]")
+        browser.wait_for_text(".why", "nothing is due")
+        browser.click("#due")
+        browser.keys("63" + ENTER)
+        browser.wait_for_text("#change", "63.00")
+        self.tell("insert", "50", "20", "5")
+        browser.wait_for_text("#change", "12.00")
+        self.assertEqual("Change", browser.text("#change-word"))
+        picture(browser, "till")
+        browser.click("[data-action=settle]")
+        browser.wait_for_text("#outcome", "settled: 12.00 came out, nothing is missing")
+        browser.wait_for_text("#lines", 'payoutTL(1200, 7500, "SALE-1")')
+        browser.wait_for_text("#counted", "24 863.00 SEK")
+        self.tell("insert", "100")
+        browser.wait_for_text("#paid-in", "100.00")
+        browser.click("[data-action=change]")
+        browser.wait_for_text("#outcome", "changed: 100.00 came out")
+        self.tell("insert", "20")
+        browser.wait_for_text("#paid-in", "20.00")
+        browser.click("[data-action=regret]")
+        browser.wait_for_text("#outcome", "taken back: 20.00 came out")
+        self.fits(1280, 800)
+        self.fits(400, 800)
+        self.assertEqual([], browser.complaints())
+        self.till.terminate()
+        self.assertEqual(0, self.till.wait(10))
+
+    def test_a_jam_and_a_machine_that_goes(self):
+        browser = self.browser
+        browser.click("#usual button:nth-child(2)")
+        self.tell("insert", "100")
+        browser.wait_for_text("#paid-in", "100.00")
+        self.tell("fault", "note-jam", "--after", "1", "piece")
+        browser.click("[data-action=settle]")
+        browser.wait_for_text("#outcome", "unknown: repair the device")
+        browser.wait_for_text("#change", "?")
+        picture(browser, "till_jam")
+        self.tell("repair")
+        browser.wait_for_text("#outcome", "settled, 17.00 did not come out")
+        end(self.machine)
+        browser.wait_for_text("#status", "device not there")
+        self.start_machine(self.port)
+        browser.wait_for_text("#status", "ready")
+        self.assertEqual([], browser.complaints())
 
 
 if __name__ == "__main__":

@@ -6,7 +6,8 @@
  * Calls. One thread at a time may call, on any thread, and none from inside an event; exitTL alone may be
  * called there, and a call that it overtakes ends as TL_STATUS_BUSY, TIMEOUT, SEND_FAILED or
  * NOT_SUPPORTED. A call runs on the caller's thread and returns one of the TL_STATUS_ codes; only initTL
- * may pass on a code of the communication library's own.
+ * may pass on a code of the communication library's own. To end a thread inside a call, by
+ * pthread_cancel or TerminateThread, ends the process or leaves the log locked.
  *
  * Texts are narrow characters ended by NUL. A null text reads as empty and a null result is not handed
  * out, except where TL_STATUS_INPUT_PARAM_ERROR is the answer. The library keeps no pointer to a text.
@@ -279,7 +280,7 @@ int16_t logoutTL(char* message);
 /* open: 1 if the device's last message says that it is open for cash and not busy, else 0; also 0 when
  * not initiated and in administration mode. Between initTL and the device's first message it is what the
  * link before said last.
- * Allowed always. Returns at once.
+ * Allowed: all but not initiated. Returns at once.
  * Statuses: 0 2 4.
  */
 int16_t isOpenTL(uint32_t* open, char* message);

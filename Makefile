@@ -1,6 +1,6 @@
 # The ways in: "make demo" and "make test" install what they need, by scripts/setup.sh.
 
-.PHONY: help demo test test-linux test-windows test-tsan test-asan test-watch check-format check-layers bench soak panel pictures format clean
+.PHONY: help demo test test-linux test-windows test-tsan test-asan test-watch check-format check-layers bench fuzz soak panel pictures format clean
 
 help:
 	@echo "make demo          build, and run a sale at the till on the simulated device"
@@ -16,6 +16,7 @@ help:
 	@echo "make check-layers  find includes that point up, and knowledge of the operating system outside platform/"
 	@echo "make pictures      take the README's pictures anew"
 	@echo "make bench         measure what the library costs, beside what limits it"
+	@echo "make fuzz          look for inputs that do harm, five minutes a target (FUZZ_SECONDS=...)"
 	@echo "make format        format all sources"
 	@echo "make clean         remove everything that was built"
 
@@ -55,6 +56,9 @@ pictures:
 	cmake --preset linux
 	cmake --build --preset linux --target till tellarion
 	python3 tests/pages_test.py build/linux docs/pictures
+
+fuzz:
+	@scripts/fuzz.sh
 
 format:
 	@scripts/setup.sh format

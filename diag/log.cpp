@@ -207,7 +207,7 @@ void CLogFiles::readClock(const platform::LocalTime& now)
 void CLogFiles::write(AppendText append, const void* text, const char* mark, LogFile file,
                       const platform::LocalTime& now)
 {
-    const platform::AppendFile& target = m_files[file];
+    const platform::AppendFile& target = m_files[static_cast<std::size_t>(file)];
     if (!target.isOpen())
         return;
     readClock(now);

@@ -7,12 +7,13 @@ set -euo pipefail
 packages=()
 for purpose; do
     case $purpose in
-    demo | bench | linux | tsan | asan | windows)
+    demo | bench | linux | tsan | asan | windows | fuzz)
         packages+=(g++ cmake ninja-build nlohmann-json3-dev libcli11-dev libfmt-dev libboost-dev)
         ;;&
     linux | tsan | asan | windows) packages+=(googletest binutils python3) ;;&
     linux) packages+=(chromium chromium-driver) ;;
     windows | bench) packages+=(g++-mingw-w64-x86-64-posix wine64) ;;
+    fuzz) packages+=(clang-14 libclang-rt-14-dev) ;;
     format) packages+=(clang-format-14) ;;
     demo | linux | tsan | asan | layers) ;;
     *)

@@ -41,12 +41,18 @@ void dini(void*, char*)
     noteCall("tl_dini");
 }
 
+/// What fills the whole buffer has no room for an end.
 void sendCommand(const char* command, char* answer)
 {
     std::string shown = command;
     std::replace(shown.begin(), shown.end(), '\x1C', '|');
     ostrivane().commands.push_back(shown);
-    put(ostrivane().onCommand ? ostrivane().onCommand(shown) : std::string{shown[0], '\x1C', '0'}, answer);
+    const std::string text =
+        ostrivane().onCommand ? ostrivane().onCommand(shown) : std::string{shown[0], '\x1C', '0'};
+    if (text.size() < ScriptedOstrivane::BUFFER)
+        put(text, answer);
+    else
+        text.copy(answer, ScriptedOstrivane::BUFFER);
 }
 
 void loggedOut(const char* text, char* answer)

@@ -1,6 +1,7 @@
 // Stands in for the platform's dynamic libraries: the communication library is one that the test writes.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <set>
@@ -8,6 +9,8 @@
 #include <vector>
 
 struct ScriptedOstrivane {
+    static constexpr std::size_t BUFFER = 1024; // what an answer has room for
+
     // What it is like. Commands are shown with "|" for the separator.
     bool canBeLoaded = true;
     bool canBeFreed = true;

@@ -10,7 +10,8 @@ namespace simulator {
 namespace {
 
 constexpr int VERSION = 1;
-constexpr Amount ANY_AMOUNT = std::numeric_limits<Amount>::max() / 4;
+constexpr Amount ANY_AMOUNT = std::numeric_limits<Amount>::max() / 16;
+constexpr Amount ANY_COUNT = 10'000'000;
 constexpr int ANY_NUMBER = std::numeric_limits<int>::max();
 
 /// FNV-1a. It guards against accidents, not against people.
@@ -64,11 +65,23 @@ json piecesJson(const Pieces& pieces)
     return list;
 }
 
+/// Of a list. A number that isn't a whole one has no meaning as an amount, and one too large none at all.
+Amount readNumber(const json& number, Amount least, Amount most)
+{
+    if (!number.is_number_integer() || number < least || number > most)
+        damaged("a number in a list is wrong");
+    return number.get<Amount>();
+}
+
 Pieces readPieces(const json& list)
 {
     Pieces pieces;
-    for (const json& pair : list)
-        addPieces(pieces, pair.at(0).get<Amount>(), pair.at(1).get<int>());
+    for (const json& pair : list) {
+        const Amount denomination = readNumber(pair.at(0), 1, LARGEST_AMOUNT);
+        if (pieces.contains(denomination))
+            damaged("a denomination is in a list twice");
+        addPieces(pieces, denomination, static_cast<int>(readNumber(pair.at(1), 0, ANY_COUNT)));
+    }
     return pieces;
 }
 
@@ -111,8 +124,11 @@ Fault readFault(const json& object)
     fault.letter = static_cast<char>(letter);
     reader.read("pieces", fault.pieces, 0, ANY_NUMBER);
     reader.read("chance", fault.chance, 0, 1'000'000);
-    if (const json* random = reader.find("random"))
+    if (const json* random = reader.find("random")) {
+        if (!random->is_number_unsigned())
+            reader.fail("random", "must be a number");
         fault.random = random->get<std::uint64_t>();
+    }
     reader.read("untilReset", fault.untilReset);
     reader.read("times", fault.times, 0, ANY_NUMBER);
     reader.read("code", fault.code, 0, ANY_NUMBER);
@@ -157,7 +173,9 @@ SavedDevice readDevice(const json& object)
     SavedDevice saved;
     for (const json& unit : object.at("drawer"))
         saved.units.push_back(readUnit(unit));
-    const auto books = object.at("books").get<std::array<Amount, 5>>();
+    std::array<Amount, 5> books{};
+    for (std::size_t i = 0; i < books.size(); ++i)
+        books[i] = readNumber(object.at("books").at(i), -ANY_AMOUNT, ANY_AMOUNT);
     saved.books = {books[0], books[1], books[2], books[3], books[4]};
     saved.tray = readPieces(object.at("tray"));
     saved.collected = readPieces(object.at("collected"));
@@ -167,7 +185,8 @@ SavedDevice readDevice(const json& object)
     reader.read("takenPaidOut", saved.takenPaidOut, 0, ANY_AMOUNT);
     reader.read("takenCollected", saved.takenCollected, 0, ANY_AMOUNT);
     reader.read("paidIn", saved.paidIn, 0, LARGEST_AMOUNT);
-    saved.paidInPieces = object.at("paidInPieces").get<std::vector<Amount>>();
+    for (const json& piece : object.at("paidInPieces"))
+        saved.paidInPieces.push_back(readNumber(piece, 1, LARGEST_AMOUNT));
     for (const json& fault : object.at("faults"))
         saved.faults.push_back(readFault(fault));
     reader.read("longForm", saved.longForm);

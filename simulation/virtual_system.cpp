@@ -19,9 +19,49 @@ VirtualSystem& virtualSystem()
     return only;
 }
 
-std::string VirtualSystem::onDisk(const std::string& path) const
+void VirtualSystem::begin(const std::string& logDirectory)
 {
-    return logDirectory + "/" + path;
+    m_begun = true;
+    m_logDirectory = logDirectory;
+    for (const auto& [path, handle] : m_logByPath) {
+        LogFile& file = m_logs.at(handle);
+        openCopy(file, path);
+        if (file.copy != nullptr)
+            std::fwrite(file.early.data(), 1, file.early.size(), file.copy);
+    }
+}
+
+void VirtualSystem::tellEarlyLines()
+{
+    for (const auto& [handle, file] : m_logs) {
+        for (std::size_t start = 0; start < file.early.size();) {
+            const std::size_t end = file.early.find('\n', start) + 1;
+            onLine(file, std::string_view(file.early).substr(start, end - start));
+            start = end;
+        }
+    }
+}
+
+void VirtualSystem::openCopy(LogFile& file, const std::string& path) const
+{
+    if (m_logDirectory.empty())
+        return;
+    const std::filesystem::path place = std::filesystem::path(m_logDirectory) / path;
+    std::filesystem::create_directories(place.parent_path());
+    file.copy = std::fopen(place.string().c_str(), "wb");
+}
+
+void VirtualSystem::write(std::intptr_t handle, std::string_view line)
+{
+    LogFile& file = m_logs.at(handle);
+    if (file.beginning.empty())
+        file.beginning = line.substr(0, 64);
+    if (!m_begun)
+        file.early += line;
+    if (file.copy != nullptr)
+        std::fwrite(line.data(), 1, line.size(), file.copy);
+    if (onLine)
+        onLine(file, line);
 }
 
 std::intptr_t VirtualSystem::openLog(const std::string& path)
@@ -33,10 +73,7 @@ std::intptr_t VirtualSystem::openLog(const std::string& path)
         m_logByPath[path] = handle;
         LogFile& file = m_logs[handle];
         file.name = path.substr(path.rfind('/') + 1);
-        if (!logDirectory.empty()) {
-            std::filesystem::create_directories(std::filesystem::path(onDisk(path)).parent_path());
-            file.copy = std::fopen(onDisk(path).c_str(), "wb");
-        }
+        openCopy(file, path);
     }
     ++m_users[handle];
     ++m_open;
@@ -47,7 +84,7 @@ void VirtualSystem::closeLog(std::intptr_t handle)
 {
     --m_users[handle];
     --m_open;
-    if (LogFile& file = log(handle); file.copy != nullptr)
+    if (LogFile& file = m_logs.at(handle); file.copy != nullptr)
         std::fflush(file.copy);
 }
 
@@ -56,10 +93,12 @@ void VirtualSystem::emptyLog(const std::string& path)
     const auto found = m_logByPath.find(path);
     if (found == m_logByPath.end())
         return;
-    LogFile& file = log(found->second);
+    LogFile& file = m_logs.at(found->second);
     file.beginning.clear();
-    if (file.copy != nullptr)
-        file.copy = std::freopen(onDisk(path).c_str(), "wb", file.copy);
+    if (file.copy != nullptr) {
+        std::fclose(file.copy);
+        openCopy(file, path);
+    }
 }
 
 } // namespace simulation
@@ -166,18 +205,12 @@ void AppendFile::empty(const std::string& path)
 
 std::string AppendFile::beginning(std::size_t most) const
 {
-    return virtualSystem().log(m_handle).beginning.substr(0, most);
+    return virtualSystem().beginningOf(m_handle).substr(0, most);
 }
 
 void AppendFile::append(std::string_view text) const
 {
-    simulation::VirtualSystem::LogFile& file = virtualSystem().log(m_handle);
-    if (file.beginning.empty())
-        file.beginning = text.substr(0, 64);
-    if (file.copy != nullptr)
-        std::fwrite(text.data(), 1, text.size(), file.copy);
-    if (virtualSystem().onLine)
-        virtualSystem().onLine(file, text);
+    virtualSystem().write(m_handle, text);
 }
 
 void AppendFile::close()

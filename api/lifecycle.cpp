@@ -37,6 +37,11 @@ std::int16_t registrationCall(const char* name, Method method, char* message, Ca
         .run([&](std::string& text) { return (g_logic.*method)(callbacks..., text); });
 }
 
+/// What the exports believe follows the logic, also where the memory ends behind its last step.
+struct FollowLogic {
+    ~FollowLogic() { g_bInitiated = g_logic.isInitiated(); }
+};
+
 } // namespace
 
 std::int16_t initTL(const char* portSettings, const char* initSettings, char* message)
@@ -56,20 +61,16 @@ std::int16_t initTL(const char* portSettings, const char* initSettings, char* me
         const std::string type = getSettingsTag("Type:", port, readerError);
         if (type != "RS232")
             return refusePortType(type, readerError, text);
-        const std::int16_t result = g_logic.init(port, std::string(settings), text);
-        if (result == TL_STATUS_OK)
-            g_bInitiated = true;
-        return result;
+        const FollowLogic atTheEnd;
+        return g_logic.init(port, std::string(settings), text);
     });
 }
 
 std::int16_t exitTL(char* message)
 {
     return Call("exitTL", "exitTL(message)", message).initiated().run([](std::string& text) {
-        const std::int16_t result = g_logic.exit(text);
-        if (result == TL_STATUS_OK)
-            g_bInitiated = false;
-        return result;
+        const FollowLogic atTheEnd;
+        return g_logic.exit(text);
     });
 }
 

@@ -100,7 +100,8 @@ extern "C" {
  * They run on the communication library's thread; until one returns, no further event comes. The one
  * exception: a login that fails raises its status event (error, closed) on the caller's thread, inside
  * loginTL, so a lock held around loginTL and taken in the event hangs. The texts are the library's own,
- * valid during the call only, and cut to the lengths told below.
+ * valid during the call only, and cut to the lengths told below. A callback must not throw: what it throws
+ * is lost, and with it what the library still had to do for the message.
  *
  * Events belong to no call. What a call set off comes while it runs or after it has returned: after
  * enablePayinTL, depositTL, resetTL and adminModeTL the status event that tells how it went, and after a

@@ -108,6 +108,7 @@ public:
     std::int16_t changeSettings(const std::string& initSettings, std::int16_t durationType,
                                 std::string& message);
     void restoreSettings();
+    bool isInitiated() const { return m_bInitiated; }
     const CTLSettings& settings() const { return m_settings; }
 
     /// What the device is able to do, as the last login found.

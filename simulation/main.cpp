@@ -98,8 +98,6 @@ int main(int count, char** arguments)
     app.add_option("--steps-file", stepsFile, "The same from a file");
     app.add_option("--logs", plan.logs,
                    "Directory for the logs, and for the tape from which tlreplay runs it again");
-    app.add_flag("--open-gates", plan.openGates,
-                 "Log everything throughout, so that the logs alone can be replayed");
     app.add_flag("--quiet", quiet, "Print nothing but a violation");
     CLI11_PARSE(app, count, arguments);
 
@@ -107,7 +105,7 @@ int main(int count, char** arguments)
         readFaults(faults, plan);
         if (!stepsFile.empty())
             plan.steps = readSteps(stepsFile);
-        simulation::virtualSystem().begin(plan.logs);
+        simulation::virtualSystem().logDirectory = plan.logs;
         const auto start = std::chrono::steady_clock::now();
         simulation::Run run(plan);
         const std::uint64_t last = run.run();

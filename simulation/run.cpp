@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <utility>
 
 namespace simulation {
@@ -72,9 +71,11 @@ Run::Run(const Plan& plan)
         std::filesystem::create_directories(plan.logs);
         m_tape.emplace(plan.logs + "/tape.jsonl");
         m_surroundings.tape = &*m_tape;
+        m_tape->environment("TLLOGS", "logs");
     }
+    virtualSystem().environment["TLLOGS"] = "logs";
     Random random(plan.seed, 1);
-    if (random.once(2) || plan.openGates)
+    if (random.once(2))
         writeFile("./tllogics.ini", settingsFile(random));
     if (random.once(4))
         writeFile("./tllang.ini", "[Lang]\nDone=Klart\nBusy=Upptagen\nTimed out=Tiden har g\xC3\xA5tt ut\n");
@@ -83,8 +84,6 @@ Run::Run(const Plan& plan)
 void Run::writeFile(const std::string& name, const std::string& text)
 {
     virtualSystem().files[name] = text;
-    if (!m_plan.logs.empty() && name == "./tllang.ini") // whoever replays the logs needs it
-        std::ofstream(m_plan.logs + "/tllang.ini", std::ios::binary) << text;
     if (m_tape)
         m_tape->file(name, text);
 }
@@ -167,8 +166,6 @@ std::string Run::anySettings(Random& random) const
     }
     if (random.once(6))
         add("ForwardCallbackChangeOnly", random.between(0, 1));
-    if (m_plan.openGates)
-        return text;
     if (random.once(6))
         add("LoggEveryCallback", random.between(0, 1));
     if (random.once(10))
@@ -186,11 +183,11 @@ std::string Run::anySettings(Random& random) const
 
 std::string Run::settingsFile(Random& random) const
 {
-    std::string text = "[Operation]\nPayOutOkCheck=" + std::to_string(random.between(0, 1)) +
-                       "\nAutoDisable=" + std::to_string(random.once(6)) +
-                       "\nLegacySystem=" + std::to_string(random.once(10)) +
-                       "\nStatusOkTimeout=12\n[Logging]\nLoggEveryCallback=" +
-                       std::to_string(m_plan.openGates || random.once(3)) + "\n";
+    std::string text =
+        "[Operation]\nPayOutOkCheck=" + std::to_string(random.between(0, 1)) +
+        "\nAutoDisable=" + std::to_string(random.once(6)) +
+        "\nLegacySystem=" + std::to_string(random.once(10)) +
+        "\nStatusOkTimeout=12\n[Logging]\nLoggEveryCallback=" + std::to_string(random.once(3)) + "\n";
     return text;
 }
 

@@ -19,8 +19,7 @@ struct Plan {
     std::vector<std::uint64_t> steps = {};    // only these, if there are any
     std::vector<simulator::FaultName> faults; // that may come; all of them if empty
     bool withFaults = true;
-    bool openGates = false; // everything is logged throughout
-    std::string logs = {};  // where to write the logs and the tape to; nowhere if empty
+    std::string logs = {}; // where to write the logs and the tape to; nowhere if empty
 };
 
 class Run {

@@ -1,8 +1,14 @@
 #include "simulation/surroundings.h"
 
+#include "platform/modules.h"
+
 #include <algorithm>
+#include <cstring>
+#include <map>
 
 namespace simulation {
+
+Surroundings* g_surroundings = nullptr;
 
 Surroundings::Surroundings(simulator::Settings settings)
 {
@@ -11,12 +17,12 @@ Surroundings::Surroundings(simulator::Settings settings)
         slept += time;
         pass(time);
     };
-    setCommunicationLibrary(this);
+    g_surroundings = this;
 }
 
 Surroundings::~Surroundings()
 {
-    setCommunicationLibrary(nullptr);
+    g_surroundings = nullptr;
     virtualSystem().onSleep = [](Milliseconds) {};
 }
 
@@ -156,3 +162,81 @@ void Surroundings::loggedOut()
 }
 
 } // namespace simulation
+
+// ---- The communication library ----
+
+namespace {
+
+using simulation::g_surroundings;
+
+void copy(const std::string& text, char* buffer, std::size_t room)
+{
+    const std::size_t length = text.copy(buffer, room - 1);
+    buffer[length] = '\0';
+}
+
+void initiate(int (*callback)(const char*), const char*, char* answer, std::int16_t* returnCode)
+{
+    const int code = g_surroundings->open(callback);
+    copy(code == 0 ? "" : "The device refused", answer, 64);
+    *returnCode = static_cast<std::int16_t>(code);
+}
+
+void dini(void*, char*)
+{
+    if (g_surroundings != nullptr) // the library may be unloaded after its surroundings
+        g_surroundings->close();
+}
+
+void sendCommand(const char* command, char* answer)
+{
+    copy(g_surroundings->command(command), answer, 80);
+}
+
+void loggedOut(const char*, char* answer)
+{
+    g_surroundings->loggedOut();
+    copy("b\x1C"
+         "0Ok",
+         answer, 80);
+}
+
+int library; // its address is the handle
+
+} // namespace
+
+namespace platform {
+
+Module loadModule(const char* name)
+{
+    return std::strcmp(name, "Ostrivane") == 0 ? &library : nullptr;
+}
+
+ModuleFunction findFunction(Module, const char* functionName)
+{
+    static const std::map<std::string_view, ModuleFunction> functions{
+        {"tl_initiate2", reinterpret_cast<ModuleFunction>(initiate)},
+        {"tl_dini", reinterpret_cast<ModuleFunction>(dini)},
+        {"tl_002", reinterpret_cast<ModuleFunction>(sendCommand)},
+        {"tl_loggedout", reinterpret_cast<ModuleFunction>(loggedOut)},
+    };
+    const auto found = functions.find(functionName);
+    return found == functions.end() ? nullptr : found->second;
+}
+
+bool freeModule(Module)
+{
+    return true;
+}
+
+std::string ownModulePath(const char*)
+{
+    return "/opt/tllogics/libtllogics.so";
+}
+
+std::string ownModuleVersion(const char*)
+{
+    return "1.0.0.0";
+}
+
+} // namespace platform

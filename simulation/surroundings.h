@@ -1,7 +1,7 @@
-// What lies outside the library: the device with its drawer and its faults, people's hands, time.
+// What lies outside the library: the device with its drawer and its faults, people's hands, time. And the
+// communication library, which hands commands and messages from one to the other.
 #pragma once
 
-#include "simulation/communication_library.h"
 #include "simulation/tape.h"
 #include "simulation/virtual_system.h"
 #include "simulator/device_model.h"
@@ -33,12 +33,12 @@ struct Ledger {
     Amount collected = 0;
 };
 
-class Surroundings : public CommunicationLibrary {
+class Surroundings {
 public:
     explicit Surroundings(simulator::Settings settings);
     Surroundings(const Surroundings&) = delete;
     Surroundings& operator=(const Surroundings&) = delete;
-    ~Surroundings() override;
+    ~Surroundings();
 
     Milliseconds now() const { return virtualSystem().now(); }
 
@@ -58,10 +58,12 @@ public:
     /// Another device is put in its place.
     void replaceDevice(simulator::Settings settings);
 
-    int open(Callback callback) override;
-    void close() override;
-    std::string command(std::string_view text) override;
-    void loggedOut() override;
+    // The link.
+    using Callback = int (*)(const char* message);
+    int open(Callback callback);
+    void close();
+    std::string command(std::string_view text);
+    void loggedOut();
 
     /// Delivers a message, whoever made it up.
     void say(const std::string& message);
@@ -96,5 +98,8 @@ private:
     std::priority_queue<Action, std::vector<Action>, std::greater<>> m_actions;
     std::uint64_t m_actionsSoFar = 0;
 };
+
+/// The one of this process; null before it is made.
+extern Surroundings* g_surroundings;
 
 } // namespace simulation

@@ -6,6 +6,9 @@
 
 namespace simulation {
 
+namespace {
+
+/// JSON is UTF-8, messages are any bytes: each becomes the character of its number.
 std::string asText(const std::string& bytes)
 {
     std::string text;
@@ -21,20 +24,7 @@ std::string asText(const std::string& bytes)
     return text;
 }
 
-std::string asBytes(const std::string& text)
-{
-    std::string bytes;
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const auto number = static_cast<unsigned char>(text[i]);
-        if (number < 0x80 || i + 1 == text.size()) {
-            bytes += text[i];
-        } else {
-            const auto second = static_cast<unsigned char>(text[++i]);
-            bytes += static_cast<char>(((number & 0x03) << 6) | (second & 0x3F));
-        }
-    }
-    return bytes;
-}
+} // namespace
 
 Tape::Tape(const std::string& path) : m_file(std::fopen(path.c_str(), "wb"))
 {

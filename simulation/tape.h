@@ -16,10 +16,6 @@
 
 namespace simulation {
 
-/// JSON is UTF-8, messages are any bytes: each byte becomes the character of its number, and back.
-std::string asText(const std::string& bytes);
-std::string asBytes(const std::string& text);
-
 class Tape {
 public:
     /// Throws std::runtime_error if the file can't be made.

@@ -19,49 +19,9 @@ VirtualSystem& virtualSystem()
     return only;
 }
 
-void VirtualSystem::begin(const std::string& logDirectory)
+std::string VirtualSystem::onDisk(const std::string& path) const
 {
-    m_begun = true;
-    m_logDirectory = logDirectory;
-    for (const auto& [path, handle] : m_logByPath) {
-        LogFile& file = m_logs.at(handle);
-        openCopy(file, path);
-        if (file.copy != nullptr)
-            std::fwrite(file.early.data(), 1, file.early.size(), file.copy);
-    }
-}
-
-void VirtualSystem::tellEarlyLines()
-{
-    for (const auto& [handle, file] : m_logs) {
-        for (std::size_t start = 0; start < file.early.size();) {
-            const std::size_t end = file.early.find('\n', start) + 1;
-            onLine(file, std::string_view(file.early).substr(start, end - start));
-            start = end;
-        }
-    }
-}
-
-void VirtualSystem::openCopy(LogFile& file, const std::string& path) const
-{
-    if (m_logDirectory.empty())
-        return;
-    const std::filesystem::path place = std::filesystem::path(m_logDirectory) / path;
-    std::filesystem::create_directories(place.parent_path());
-    file.copy = std::fopen(place.string().c_str(), "wb");
-}
-
-void VirtualSystem::write(std::intptr_t handle, std::string_view line)
-{
-    LogFile& file = m_logs.at(handle);
-    if (file.beginning.empty())
-        file.beginning = line.substr(0, 64);
-    if (!m_begun)
-        file.early += line;
-    if (file.copy != nullptr)
-        std::fwrite(line.data(), 1, line.size(), file.copy);
-    if (onLine)
-        onLine(file, line);
+    return logDirectory + "/" + path;
 }
 
 std::intptr_t VirtualSystem::openLog(const std::string& path)
@@ -73,7 +33,10 @@ std::intptr_t VirtualSystem::openLog(const std::string& path)
         m_logByPath[path] = handle;
         LogFile& file = m_logs[handle];
         file.name = path.substr(path.rfind('/') + 1);
-        openCopy(file, path);
+        if (!logDirectory.empty()) {
+            std::filesystem::create_directories(std::filesystem::path(onDisk(path)).parent_path());
+            file.copy = std::fopen(onDisk(path).c_str(), "wb");
+        }
     }
     ++m_users[handle];
     ++m_open;
@@ -84,7 +47,7 @@ void VirtualSystem::closeLog(std::intptr_t handle)
 {
     --m_users[handle];
     --m_open;
-    if (LogFile& file = m_logs.at(handle); file.copy != nullptr)
+    if (LogFile& file = log(handle); file.copy != nullptr)
         std::fflush(file.copy);
 }
 
@@ -93,12 +56,10 @@ void VirtualSystem::emptyLog(const std::string& path)
     const auto found = m_logByPath.find(path);
     if (found == m_logByPath.end())
         return;
-    LogFile& file = m_logs.at(found->second);
+    LogFile& file = log(found->second);
     file.beginning.clear();
-    if (file.copy != nullptr) {
-        std::fclose(file.copy);
-        openCopy(file, path);
-    }
+    if (file.copy != nullptr)
+        file.copy = std::freopen(onDisk(path).c_str(), "wb", file.copy);
 }
 
 } // namespace simulation
@@ -205,12 +166,18 @@ void AppendFile::empty(const std::string& path)
 
 std::string AppendFile::beginning(std::size_t most) const
 {
-    return virtualSystem().beginningOf(m_handle).substr(0, most);
+    return virtualSystem().log(m_handle).beginning.substr(0, most);
 }
 
 void AppendFile::append(std::string_view text) const
 {
-    virtualSystem().write(m_handle, text);
+    simulation::VirtualSystem::LogFile& file = virtualSystem().log(m_handle);
+    if (file.beginning.empty())
+        file.beginning = text.substr(0, 64);
+    if (file.copy != nullptr)
+        std::fwrite(text.data(), 1, text.size(), file.copy);
+    if (virtualSystem().onLine)
+        virtualSystem().onLine(file, text);
 }
 
 void AppendFile::close()

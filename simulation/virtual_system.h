@@ -30,35 +30,25 @@ public:
 
     // Files to be read, and the environment. What is not there doesn't exist.
     std::map<std::string, std::string> files;
-    std::map<std::string, std::string> environment{{"TLLOGS", "logs"}};
-
-    // Where the library believes it was loaded from.
-    std::string modulePath = "/opt/tllogics/libtllogics.so";
-    std::string moduleVersion = "1.0.0.0";
+    std::map<std::string, std::string> environment;
 
     // Log files. Of each only the beginning is kept, which the library reads again.
     struct LogFile {
         std::string name; // "tlapi_Mon.log"
         std::string beginning;
-        std::string early;         // what was written before the simulation began
         std::FILE* copy = nullptr; // on the disk, if somebody wants the logs
     };
 
     /// Told of each line that the library writes.
     std::function<void(const LogFile& file, std::string_view line)> onLine;
 
-    /// The simulation begins, and with it the writing of logs to a directory; an empty one is none. The lines
-    /// of the library's load go there too.
-    void begin(const std::string& logDirectory);
-
-    /// Tells those lines to "onLine".
-    void tellEarlyLines();
+    /// Where to write the logs to; empty for nowhere.
+    std::string logDirectory;
 
     std::intptr_t openLog(const std::string& path);
     void closeLog(std::intptr_t handle);
     void emptyLog(const std::string& path);
-    void write(std::intptr_t handle, std::string_view line);
-    const std::string& beginningOf(std::intptr_t handle) const { return m_logs.at(handle).beginning; }
+    LogFile& log(std::intptr_t handle) { return m_logs.at(handle); }
     std::size_t openLogs() const { return m_open; }
 
     /// What was posted to a window.
@@ -67,10 +57,8 @@ public:
 private:
     static constexpr std::int64_t START = 1'795'420'800'000; // 2026-11-23 08:00
 
-    void openCopy(LogFile& file, const std::string& path) const;
+    std::string onDisk(const std::string& path) const;
 
-    bool m_begun = false;
-    std::string m_logDirectory;
     Milliseconds m_now = 0;
     std::int64_t m_turned = 0;
     std::map<std::intptr_t, LogFile> m_logs;

@@ -51,18 +51,21 @@ const CTLSettings::Value* CTLSettings::current(SettingNumber number, SettingType
 
 std::int32_t CTLSettings::getIntSetting(SettingNumber number) const
 {
+    const std::lock_guard lock(m_lock);
     const Value* const value = current(number, SettingType::Integer);
     return value == nullptr ? 0 : value->number;
 }
 
 bool CTLSettings::getBoolSetting(SettingNumber number) const
 {
+    const std::lock_guard lock(m_lock);
     const Value* const value = current(number, SettingType::Boolean);
     return value != nullptr && value->number != 0;
 }
 
 std::string CTLSettings::getStringSetting(SettingNumber number) const
 {
+    const std::lock_guard lock(m_lock);
     const Value* const value = current(number, SettingType::Text);
     return value == nullptr ? "" : value->text;
 }
@@ -71,7 +74,7 @@ void CTLSettings::readFile(const std::string& path)
 {
     const platform::Profile file(path);
     for (const SettingRow& row : settingsTable()) {
-        Value& value = at(row).current;
+        Value value;
         bool absent = false;
         if (row.type == SettingType::Text) {
             value.text = file.text(row.section, row.key);
@@ -84,6 +87,10 @@ void CTLSettings::readFile(const std::string& path)
             else if (row.type == SettingType::Boolean)
                 value.number = value.number != 0;
         }
+        {
+            const std::lock_guard lock(m_lock);
+            at(row).current = value;
+        }
         refreshCopy(row);
         const std::string shown = row.type == SettingType::Text ? value.text : std::to_string(value.number);
         logNote(pieces("CTLLogics::getIniFileSettings: ", row.key, ": ", shown,
@@ -93,6 +100,7 @@ void CTLSettings::readFile(const std::string& path)
 
 void CTLSettings::refreshCopy(const SettingRow& row) const
 {
+    const std::lock_guard lock(m_lock);
     const Value& value = m_settings[static_cast<std::size_t>(row.number)].current;
     if (row.copy.number != nullptr)
         *row.copy.number = value.number;
@@ -106,6 +114,7 @@ void CTLSettings::NewSettings(const std::string& initSettings, std::int16_t dura
 {
     m_nDurationType = durationType;
     if (durationType == DURATION_PERMANENT) {
+        const std::lock_guard lock(m_lock);
         for (Setting& setting : m_settings)
             setting.changed = false;
     }
@@ -130,10 +139,13 @@ void CTLSettings::NewSettings(const std::string& initSettings, std::int16_t dura
                 fresh.number = fresh.number != 0;
             shown = std::to_string(fresh.number);
         }
-        Setting& setting = at(row);
-        setting.previous = setting.current;
-        setting.current = fresh;
-        setting.changed = true;
+        {
+            const std::lock_guard lock(m_lock);
+            Setting& setting = at(row);
+            setting.previous = setting.current;
+            setting.current = fresh;
+            setting.changed = true;
+        }
         logNote(pieces("CTLSettings::NewSettings: Setting new ", row.key, ": ", shown));
     }
 }
@@ -142,17 +154,21 @@ void CTLSettings::RestoreSettings()
 {
     m_nDurationType = DURATION_PERMANENT;
     for (const SettingRow& row : settingsTable()) {
-        Setting& setting = at(row);
-        if (!setting.changed)
-            continue;
-        setting.current = setting.previous;
-        // PayOutOkCheck clears the flag of RegretOkCheck, which is then not restored, and keeps its own until
-        // a change for good: applications have got used to what their settings are after a payment.
-        Setting& cleared =
-            row.number == PayOutOkCheck ? m_settings[static_cast<std::size_t>(RegretOkCheck)] : setting;
-        cleared.changed = false;
-        const std::string shown =
-            row.type == SettingType::Text ? setting.current.text : std::to_string(setting.current.number);
+        std::string shown;
+        {
+            const std::lock_guard lock(m_lock);
+            Setting& setting = at(row);
+            if (!setting.changed)
+                continue;
+            setting.current = setting.previous;
+            // PayOutOkCheck clears the flag of RegretOkCheck, which is then not restored, and keeps its own
+            // until a change for good: applications have got used to what their settings are after a payment.
+            Setting& cleared =
+                row.number == PayOutOkCheck ? m_settings[static_cast<std::size_t>(RegretOkCheck)] : setting;
+            cleared.changed = false;
+            shown =
+                row.type == SettingType::Text ? setting.current.text : std::to_string(setting.current.number);
+        }
         logNote(pieces("CTLSettings::RestoreSettings: Restored ", row.key, ": ", shown));
     }
 }

@@ -6,6 +6,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <mutex>
 #include <string>
 
 /// Numbers of the settings, in the order of the table.
@@ -56,7 +57,7 @@ const std::array<SettingRow, SETTING_COUNT>& settingsTable();
 /// Duration types of a change.
 enum DurationType : std::int16_t { DURATION_PERMANENT = 0, DURATION_NEXT_PAYMENT = 1 };
 
-/// The settings' values. Application thread only.
+/// The settings' values.
 class CTLSettings {
 public:
     /// Every setting at its default.
@@ -96,7 +97,8 @@ private:
     /// Null for a number of another type.
     const Value* current(SettingNumber number, SettingType type) const;
 
-    std::int16_t m_nDurationType = DURATION_PERMANENT;
+    std::atomic<std::int16_t> m_nDurationType = DURATION_PERMANENT;
+    mutable std::mutex m_lock; // held for one copy only
     std::array<Setting, SETTING_COUNT> m_settings;
 };
 

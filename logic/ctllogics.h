@@ -5,8 +5,9 @@
 #include "config/settings.h"
 #include "logic/paid_out_list.h"
 #include "logic/shared_state.h"
+#include "text/shared_text.h"
 
-#include <array>
+#include <atomic>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -125,15 +126,16 @@ private:
     std::int16_t initialize(const std::string& portSettings, std::string& message);
     void getIniFileSettings();
 
-    bool m_bInitiated = false; // between a successful init and a successful exit
+    // Shared, since nothing keeps two threads of an application from calling at once.
+    std::atomic<bool> m_bInitiated = false; // between a successful init and a successful exit
     CTLSettings m_settings;
     PaidOutList m_paidOutList;
-    std::array<char, 18> m_sTimeStamp{}; // of the last capability query
-    std::int32_t m_nCommandLevel = 0;    // EXTENDED_COMMAND_SET if the device has it
-    std::int32_t m_nLevel = 0;           // the level that infoTL tells
-    std::string m_sMaster;
-    std::string m_sCommands;
-    std::string m_sInfo;
+    SharedText m_sTimeStamp;                       // of the last capability query
+    std::atomic<std::int32_t> m_nCommandLevel = 0; // EXTENDED_COMMAND_SET if the device has it
+    std::atomic<std::int32_t> m_nLevel = 0;        // the level that infoTL tells
+    SharedText m_sMaster;
+    SharedText m_sCommands;
+    SharedText m_sInfo;
 };
 
 extern CTLLogics g_logic; // see process_objects.cpp

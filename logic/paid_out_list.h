@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <list>
+#include <mutex>
 
 struct PaidOutEntry {
     std::int64_t tPaidOut; // wall clock, seconds
@@ -25,5 +26,6 @@ public:
     std::int32_t sum() const;
 
 private:
+    mutable std::mutex m_lock;
     std::list<PaidOutEntry> m_entries;
 };

@@ -170,10 +170,9 @@ std::int16_t CTLLogics::queryCommandSet(std::string& message)
     g_sLastDeviceMessage.clear();
     g_bCommandMade = true;
     const std::string stamp = timeStamp();
-    m_sTimeStamp.fill('\0');
-    stamp.copy(m_sTimeStamp.data(), m_sTimeStamp.size() - 1);
+    m_sTimeStamp.set(stamp);
     g_nLastCommand = COMMAND_QUERY;
-    if (const std::int16_t result = g_ostrivane.queryCommandSet(m_sTimeStamp.data(), message);
+    if (const std::int16_t result = g_ostrivane.queryCommandSet(stamp.c_str(), message);
         result != TL_STATUS_OK) {
         m_nCommandLevel = 1;
         return op.failed("COstrivane::queryCommandSet", result);
@@ -185,10 +184,10 @@ std::int16_t CTLLogics::queryCommandSet(std::string& message)
     }
     m_nCommandLevel = EXTENDED_COMMAND_SET;
     m_nLevel = 1;
-    m_sMaster = g_sMasterVersion.get();
-    m_sCommands = g_sSupportedCommands.get();
-    op.info(pieces("Master Version: ", m_sMaster));
-    op.info(pieces("Supported Commands: ", m_sCommands));
+    m_sMaster.set(g_sMasterVersion.get());
+    m_sCommands.set(g_sSupportedCommands.get());
+    op.info(pieces("Master Version: ", m_sMaster.get()));
+    op.info(pieces("Supported Commands: ", m_sCommands.get()));
     return op.done();
 }
 
@@ -206,8 +205,8 @@ std::int16_t CTLLogics::versionTL(std::string& message)
         return op.refuse(TL_STATUS_TIMEOUT, "Timed out", "versionTL timed out");
     if (deviceHasLongForms())
         m_nLevel = 2;
-    m_sInfo = g_sApiVersion.get();
-    op.info(pieces("API Version: ", m_sInfo));
+    m_sInfo.set(g_sApiVersion.get());
+    op.info(pieces("API Version: ", m_sInfo.get()));
     return op.done();
 }
 
@@ -258,10 +257,11 @@ std::int16_t CTLLogics::info(std::uint32_t& level, std::string& commands, std::s
     if (op.lacksSession("Info"))
         return op.outcome();
 
-    level = static_cast<std::uint32_t>(m_nLevel);
-    commands = m_nLevel == 0 ? "ABCDEF" : m_sCommands;
-    master = m_nLevel == 0 ? "" : m_sMaster;
-    version = m_nLevel == 0 ? "" : m_nLevel == 1 ? "Tellarion" : m_sInfo;
+    const std::int32_t known = m_nLevel;
+    level = static_cast<std::uint32_t>(known);
+    commands = known == 0 ? "ABCDEF" : m_sCommands.get();
+    master = known == 0 ? "" : m_sMaster.get();
+    version = known == 0 ? "" : known == 1 ? "Tellarion" : m_sInfo.get();
     op.done();
     op.info(pieces("level=", level, ", commands=\"", commands, "\", master=\"", master, "\", info=\"",
                    version, "\", message=\"", message, "\"."));

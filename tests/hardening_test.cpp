@@ -122,3 +122,35 @@ TEST_F(Hardening, ATillMayReconnectForYears)
     EXPECT_LE(memoryInUse(), memory + memory / 10);
     EXPECT_EQ(1, countOf("== exitTL: Ok! Returning 0", {apiLog().back()}));
 }
+
+TEST_F(Hardening, AMillionMessagesLeaveNothingBehind)
+{
+    init("LogDebug:0;LogComToCAPI:0;LogCAPIToCR:0;");
+    device.say("v106API4.2");
+    const Texts kinds{"a0000050001",
+                      "a0000060001",
+                      "b00000500012000705 100 SEK",
+                      "b000005000100000CR/RF00000005",
+                      "c0000000301",
+                      "j100:5:1~",
+                      "j00:1;500:3.",
+                      "e1100:5;500:1~01",
+                      "e0.01",
+                      "b00000500013001204Doors open"};
+    std::size_t handles = 0;
+    std::size_t memory = 0;
+    for (int round = 0; round < 100'000 / TLLOGICS_SLOWDOWN; ++round) {
+        if (round == 1000) {
+            handles = openHandles();
+            memory = memoryInUse();
+        }
+        for (const std::string& message : kinds)
+            callbackfunc(message.c_str());
+        g_sEParts.clear(); // as the next operation does
+        if (round % 100 == 0)
+            happened();
+    }
+    EXPECT_LE(openHandles(), handles);
+    EXPECT_LE(memoryInUse(), memory + memory / 10);
+    EXPECT_EQ(Texts{}, errorLog());
+}

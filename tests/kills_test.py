@@ -1,4 +1,5 @@
-"""Kills the machine, and the till, at random moments of sales: no piece is lost, and none is there twice.
+"""Kills the machine, and the till, at random moments of sales: no piece is lost, none is there twice, and the till's log is
+whole.
 
 Arguments: the number of kills of each, and the programs "tellarion" and "till", each behind an emulator if it
 needs one, with "--" between.
@@ -8,6 +9,8 @@ import http.client
 import json
 import os
 import random
+import re
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -21,6 +24,7 @@ SETTINGS = {"answerDelay": 1, "messageGap": 20, "payOutTime": 150,
             "drawer": [{"value": 100, "count": 100}, {"value": 200, "count": 1}, {"value": 500, "count": 1},
                        {"value": 1000, "count": 50}, {"value": 2000, "kind": "note", "count": 50},
                        {"value": 5000, "kind": "note", "count": 40}]}
+LINE = re.compile(rb"([0-9-]{10} \w{3} )?w\d\d \d\d:\d\d:\d\d\.\d{3} (=>|<=|->|<-|==|!!|##) [^\r\n\0]*\r?\n")
 GONE = (OSError, http.client.HTTPException, ValueError)
 
 
@@ -90,6 +94,18 @@ def give_back(machine):
         time.sleep(0.005)
 
 
+def check_logs(directory):
+    """Every line that a killed till left is whole, but for the last one. The next till begins new files."""
+    if not os.path.isdir(directory):
+        return  # killed before its first line
+    for name in os.listdir(directory):
+        with open(os.path.join(directory, name), "rb") as file:
+            whole = file.read().splitlines(keepends=True)[:-1]
+        for line in whole:
+            assert LINE.fullmatch(line), (name, line)
+    shutil.rmtree(directory)
+
+
 def main():
     programs = " ".join(sys.argv[2:]).split(" -- ")
     tellarion, till_program = ([os.path.abspath(word) for word in program.split()] for program in programs)
@@ -128,6 +144,8 @@ def main():
                 pass
             killer.join()
             till.wait(60)
+            if not kills_machine:
+                check_logs(os.path.join(directory, "logs"))
             while machine.state()["status"] == "busy" or machine.state()["till"]:
                 time.sleep(0.005)
             customer.check()

@@ -1,4 +1,5 @@
 // The shared libraries as an application has them: loaded, a sale on the simulated device, unloaded.
+#include "environment.h"
 #include "scratch.h"
 
 #include "api/tllogics.h"
@@ -113,6 +114,30 @@ TEST(RealLibrary, ASaleAndThenNothingIsLeftButTheLog)
     ASSERT_LT(3, logic.end() - end);
     EXPECT_EQ("=> CTLLogics::exit()", *(end + 2));
     EXPECT_EQ("== CTLLogics::~CTLLogics: exitCom ans=Done", logic.back());
+}
+
+TEST(RealLibrary, ItIsLoadedAndUnloadedTwoHundredTimes)
+{
+    const Library simulator("Ostrivane");
+    std::size_t handles = 0;
+    std::size_t memory = 0;
+    for (int round = 0; round < 200; ++round) {
+        const Library till("tllogics");
+        ASSERT_EQ("0 Done", till.CALL(
+                                registerEventsTL, [](std::int32_t, std::uint16_t, std::uint16_t) {},
+                                [](std::int32_t, const char*, const char*) {},
+                                [](std::int32_t, std::uint16_t, const char*) {}));
+        ASSERT_EQ("0 Done", till.CALL(initTL, "Type:RS232;Name:COM7;", ""));
+        if (round % 2 == 0) { // or left to the unloading
+            ASSERT_EQ("0 Done", till.CALL(exitTL));
+        }
+        if (round == 20) {
+            handles = openHandles();
+            memory = memoryInUse();
+        }
+    }
+    EXPECT_LE(openHandles(), handles);
+    EXPECT_LE(memoryInUse(), memory + memory / 4);
 }
 
 TEST(RealLibrary, TheSessionMayBeOpenWhenTheProcessEnds)

@@ -11,7 +11,9 @@
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <thread>
+#include <vector>
 
 namespace {
 
@@ -121,5 +123,98 @@ TEST_F(Stress, QueuesAreFilledAndFetchedAtOnce)
         if (retrieveFromCashSessionQueue(text) == TL_STATUS_OK) {
             ASSERT_EQ(std::to_string(n++), text);
         }
+    }
+}
+
+namespace {
+
+/// Messages as fast as they come, from so many threads, and a device that answers everything.
+class Pouring {
+public:
+    explicit Pouring(int threads)
+    {
+        for (int i = 0; i < threads; ++i)
+            m_threads.emplace_back([](const std::stop_token& stop) {
+                for (int n = 1; !stop.stop_requested(); ++n) {
+                    for (const char* const message :
+                         {"x---reserved-17---0312ABCDEFGHIJKLMNPQRVX", "v106API4.2",
+                          "b00000500012000705 100 SEK", "j100:2,5;500:1.", "e0.01", "a0000050011",
+                          "c0000000001", "b0000050021A jam at place07."})
+                        ostrivane().deliver(message);
+                    ostrivane().deliver(head('a', n % 1000));
+                }
+            });
+    }
+
+private:
+    std::vector<std::jthread> m_threads;
+};
+
+/// What an application may ask for, one after the other, and whatever comes of it.
+void callEverything()
+{
+    std::array<char, 1024> text{};
+    std::array<char, 1024> other{};
+    std::int32_t rest = 0;
+    std::uint32_t number = 0;
+    char* const m = text.data();
+    loginTL(1, 1, m);
+    changeSettingsTL("LevelWarningFilter:20991231:1;PayOutAmountPerTimeLimitAmount:500;StatusOkTimeout:1;", 1,
+                     m);
+    infoTL(&number, other.data(), other.data(), other.data(), m);
+    askPayout2TL(5000, &rest, m);
+    payout2TL(1, 1, "T1", &rest, m);
+    disablePayinTL(m);
+    depositTL("T1", m);
+    dispenseTL(1, "T1", &rest, m);
+    CashCountRecord* coins = nullptr;
+    CashCountRecord* notes = nullptr;
+    std::int32_t coinCount = 0;
+    std::int32_t noteCount = 0;
+    cashCountTL(&coins, &coinCount, &notes, &noteCount, m);
+    std::free(coins);
+    std::free(notes);
+    getErrorInfoTL(m, other.data());
+    isOpenTL(&number, m);
+    logoutTL(m);
+}
+
+} // namespace
+
+TEST_F(Stress, FourThreadsOfMessagesAndTwoOfCallsDontCrash)
+{
+    const Pouring messages(4);
+    std::jthread second([](const std::stop_token& stop) {
+        while (!stop.stop_requested())
+            callEverything();
+    });
+    const auto end = std::chrono::steady_clock::now() + 3s;
+    while (std::chrono::steady_clock::now() < end)
+        callEverything();
+}
+
+TEST_F(Stress, AnExitMayComeFromAnEventOrBesideACall)
+{
+    static std::atomic<int> left{0};
+    const auto onStatus = [](std::int32_t, std::uint16_t, std::uint16_t) {
+        std::array<char, 1024> text{};
+        if (left.fetch_sub(1) == 1)
+            exitTL(text.data());
+    };
+    const auto onError = [](std::int32_t, const char*, const char*) {};
+    const auto onLevel = [](std::int32_t, std::uint16_t, const char*) {};
+    const Pouring messages(4);
+    std::jthread second([](const std::stop_token& stop) {
+        while (!stop.stop_requested())
+            callEverything();
+    });
+    const auto end = std::chrono::steady_clock::now() + 3s;
+    for (int round = 0; std::chrono::steady_clock::now() < end; ++round) {
+        left = round % 20;
+        registerEventsTL(onStatus, onError, onLevel, message.data());
+        initTL("Type:RS232;Name:COM7;", "LogDebug:0;LogComToCAPI:0;LogCAPIToCR:0;", message.data());
+        std::this_thread::sleep_for(5ms);
+        if (round % 2 == 0)
+            exitTL(message.data());
     }
 }

@@ -103,11 +103,10 @@ private:
     template <typename Number>
     Number* numberOrNull()
     {
-        if (m_array != nullptr && m_input.byte() != 255) {
-            m_array->counted = true;
-            return reinterpret_cast<Number*>(&std::exchange(m_array, nullptr)->count);
+        if (Array* const array = std::exchange(m_array, nullptr)) {
+            array->counted = m_input.byte() != 255;
+            return array->counted ? reinterpret_cast<Number*>(&array->count) : nullptr;
         }
-        m_array = nullptr;
         return m_input.byte() == 255 ? nullptr
                                      : reinterpret_cast<Number*>(&m_numbers.emplace_back(m_input.number()));
     }

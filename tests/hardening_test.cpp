@@ -129,14 +129,14 @@ TEST_F(Hardening, AMillionMessagesLeaveNothingBehind)
     device.say("v106API4.2");
     const Texts kinds{"a0000050001",
                       "a0000060001",
-                      "b00000500012000705 100 SEK",
-                      "b000005000100000CR/RF00000005",
+                      "b0000050001200071005 100 SEK",
+                      "b00000500010000013CR/RF00000005",
                       "c0000000301",
                       "j100:5:1~",
                       "j00:1;500:3.",
                       "e1100:5;500:1~01",
                       "e0.01",
-                      "b00000500013001204Doors open"};
+                      "b00000500013001210Doors open"};
     std::size_t handles = 0;
     std::size_t memory = 0;
     for (int round = 0; round < 100'000 / TLLOGICS_SLOWDOWN; ++round) {

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <map>
+#include <mutex>
+#include <utility>
 
 // Never destroyed: the library may close its link as the process ends.
 ScriptedOstrivane& ostrivane()
@@ -13,6 +15,15 @@ ScriptedOstrivane& ostrivane()
 }
 
 namespace {
+
+// Of what was done: an application may call on two threads.
+std::mutex noted;
+
+void note(std::vector<std::string>& list, std::string what)
+{
+    const std::lock_guard lock(noted);
+    list.push_back(std::move(what));
+}
 
 void put(const std::string& text, char* buffer)
 {
@@ -46,7 +57,7 @@ void sendCommand(const char* command, char* answer)
 {
     std::string shown = command;
     std::replace(shown.begin(), shown.end(), '\x1C', '|');
-    ostrivane().commands.push_back(shown);
+    note(ostrivane().commands, shown);
     const std::string text =
         ostrivane().onCommand ? ostrivane().onCommand(shown) : std::string{shown[0], '\x1C', '0'};
     if (text.size() < ScriptedOstrivane::BUFFER)
@@ -92,6 +103,7 @@ bool platform::freeModule(Module)
 {
     if (!ostrivane().canBeFreed)
         return false;
+    const std::lock_guard lock(noted);
     --ostrivane().references;
     if (ostrivane().onCall)
         ostrivane().onCall("free");

@@ -1,5 +1,6 @@
 // Two threads and the real clock: messages at full rate on one, the application on the other.
 #include "api/tllogics.h"
+#include "events/decoder.h"
 #include "events/queues.h"
 #include "logic/low_level_warning.h"
 #include "logic/shared_state.h"
@@ -140,8 +141,8 @@ public:
                          {"x---reserved-17---0312ABCDEFGHIJKLMNPQRVX", "v106API4.2",
                           "b00000500012000705 100 SEK", "j100:2,5;500:1.", "e0.01", "a0000050011",
                           "c0000000001", "b0000050021A jam at place07."})
-                        ostrivane().deliver(message);
-                    ostrivane().deliver(head('a', n % 1000));
+                        callbackfunc(message);
+                    callbackfunc(head('a', n % 1000).c_str());
                 }
             });
     }

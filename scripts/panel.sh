@@ -9,6 +9,6 @@ mkdir -p "$TLLOGS"
 
 trap 'kill "${running[@]}" 2>/dev/null; wait' EXIT
 trap 'exit 0' INT TERM
-./tellarion --port "$port" & running=($!)
+TLSIM_CONFIG=${TLSIM_CONFIG:-../../examples/shop.json} ./tellarion --port "$port" & running=($!)
 ./till serve --port "127.0.0.1:$port" --http-port "${TILL_PORT:-7411}" & running+=($!)
 wait -n

@@ -223,6 +223,8 @@ ControlResult set(DeviceModel& device, json arguments, Milliseconds now)
 {
     if (arguments.contains("faults"))
         throw std::runtime_error("settings: \"faults\" are for the start; now it takes the verb \"fault\"");
+    if (arguments.contains("preset"))
+        throw std::runtime_error("settings: \"preset\" is for the start and for \"reset\"");
     std::vector<Denomination> units;
     if (const auto drawer = arguments.find("drawer"); drawer != arguments.end()) {
         units = changedUnits(device.drawer().units(), *drawer);

@@ -219,7 +219,13 @@ bool DeviceModel::isBusy(Milliseconds now) const
 Milliseconds DeviceModel::slowed(Milliseconds time) const
 {
     const Fault* slow = m_faults.find(FaultName::Slow);
-    return slow != nullptr && slow->on ? time * slow->factor : time;
+    return (slow != nullptr && slow->on ? time * slow->factor : time) / m_settings.speed;
+}
+
+/// However fast it works, the library has to see each message.
+Milliseconds DeviceModel::messageGap() const
+{
+    return std::max(slowed(m_settings.messageGap), LEAST_MESSAGE_GAP);
 }
 
 // ---- The link ----
@@ -378,7 +384,7 @@ Amount DeviceModel::shownAmount() const
 
 Milliseconds DeviceModel::post(std::string message)
 {
-    return m_messages.post(std::move(message), slowed(m_settings.messageGap));
+    return m_messages.post(std::move(message), messageGap());
 }
 
 Milliseconds DeviceModel::postStatus(char letter, Amount amount, const MessageTail& tail)
@@ -407,7 +413,7 @@ void DeviceModel::postRest(Amount rest)
 void DeviceModel::postParts(const std::vector<std::string>& messages)
 {
     for (const std::string& message : messages)
-        m_messages.post(message, &message == &messages.front() ? slowed(m_settings.messageGap) : 0);
+        m_messages.post(message, &message == &messages.front() ? messageGap() : 0);
 }
 
 void DeviceModel::postSession(const char* prefix, Amount amount)

@@ -245,6 +245,7 @@ private:
     std::optional<Fault> strike(FaultName name, Milliseconds now);
 
     Milliseconds slowed(Milliseconds time) const;
+    Milliseconds messageGap() const;
     void tell(const DeviceEvent& event) const;
     void tellPiece(DeviceEvent::Way way, Amount denomination, Milliseconds now) const;
 

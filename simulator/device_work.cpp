@@ -27,7 +27,10 @@ void DeviceModel::startWork(Work work)
 {
     m_work = std::move(work);
     m_work->start = postState();
-    m_work->end = m_work->start + slowed(m_settings.payOutTime);
+    m_work->end =
+        m_work->start + slowed(m_settings.pieceTime > 0
+                                   ? m_settings.pieceTime * static_cast<Milliseconds>(m_work->pieces.size())
+                                   : m_settings.payOutTime);
 }
 
 std::optional<Milliseconds> DeviceModel::nextStepOfWork() const

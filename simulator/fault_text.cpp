@@ -9,30 +9,12 @@ namespace simulator {
 
 namespace {
 
-/// The name that is nearest to a wrong one: the one with which it shares most letters in order.
-std::string nearestName(const std::string& wrong)
+std::vector<std::string> namesOfFaults()
 {
-    const auto shared = [&](std::string_view name) {
-        std::vector<std::size_t> row(name.size() + 1, 0);
-        for (const char letter : wrong) {
-            std::size_t diagonal = 0;
-            for (std::size_t i = 0; i < name.size(); ++i) {
-                const std::size_t above = row[i + 1];
-                row[i + 1] = letter == name[i] ? diagonal + 1 : std::max(above, row[i]);
-                diagonal = above;
-            }
-        }
-        return 2 * row.back() * 100 / (wrong.size() + name.size());
-    };
-    const char* nearest = "";
-    std::size_t most = 0;
-    for (const FaultName name : faultNames()) {
-        if (shared(textOf(name)) > most) {
-            most = shared(textOf(name));
-            nearest = textOf(name);
-        }
-    }
-    return nearest;
+    std::vector<std::string> names;
+    for (const FaultName name : faultNames())
+        names.emplace_back(textOf(name));
+    return names;
 }
 
 bool isError(FaultName name)
@@ -158,10 +140,12 @@ Fault parseFault(const json& object)
     std::string text;
     reader.read("name", text, 100);
     const auto name = faultNamed(text);
-    if (!name)
-        reader.fail("name", text.empty()
-                                ? "is missing"
-                                : "is no fault: " + text + "; did you mean " + nearestName(text) + "?");
+    if (!name) {
+        const std::string nearest = nearestName(text, namesOfFaults());
+        reader.fail("name", text.empty()      ? "is missing"
+                            : nearest.empty() ? "is no fault: " + text
+                                              : "is no fault: " + text + "; did you mean " + nearest + "?");
+    }
     Fault fault{*name};
     fault.code = *name == FaultName::OpenRefused ? OpeningCode::REFUSED : errorCodeOf(*name);
     fault.lateness = *name == FaultName::AnswerLate || *name == FaultName::MessageLate ? 2000 : 0;

@@ -6,16 +6,38 @@
 
 #include <algorithm>
 #include <nlohmann/json.hpp>
+#include <optional>
 #include <set>
 #include <stdexcept>
+#include <vector>
 
 namespace simulator {
 
 using nlohmann::json;
 
-/// Throws std::runtime_error, with the place of the fault, and also for texts that are nested so deeply that
-/// whoever walks through them would run out of stack.
+/// What is wrong with a JSON text, and where.
+struct JsonFault : std::runtime_error {
+    /// "what" is the whole of it for people who know the text.
+    JsonFault(const std::string& what, std::string theKey, std::string theReason,
+              const json* theObject = nullptr, std::optional<std::size_t> theOffset = {})
+        : std::runtime_error(what.empty() ? theKey + ": " + theReason : what), key(std::move(theKey)),
+          reason(std::move(theReason)), object(theObject), offset(theOffset)
+    {}
+
+    std::string key;
+    std::string reason;
+    const json* object;                // that the key should be, or is, in; null if the key is a path
+    std::optional<std::size_t> offset; // in the text, where that is known
+};
+
+/// Comments are taken, keys that are there twice are not. Throws JsonFault, with the place of the fault, and
+/// std::runtime_error for texts that are nested so deeply that whoever walks through them would run out of
+/// stack.
 json parseJson(std::string_view text);
+
+/// The one of "names" that is nearest to a wrong one: with which it shares most letters in order. Empty if
+/// none is near.
+std::string nearestName(const std::string& wrong, const std::vector<std::string>& names);
 
 /// Reads the members of one JSON object and complains of those that nobody asked for.
 class ObjectReader {
@@ -91,17 +113,23 @@ public:
     void refuseUnknown() const
     {
         for (const auto& member : m_object.items())
-            if (!m_known.contains(member.key()))
-                fail(member.key(), "is not known here");
+            if (!m_known.contains(member.key())) {
+                const std::string nearest = nearestName(member.key(), {m_known.begin(), m_known.end()});
+                fail(member.key(), nearest.empty() ? "is not known here"
+                                                   : "is not known here; did you mean \"" + nearest + "\"?");
+            }
     }
 
     [[noreturn]] void fail(const std::string& key, const std::string& what) const
     {
-        fail("\"" + key + "\" " + what);
+        throw JsonFault(m_name + ": \"" + key + "\" " + what, key, what, &m_object);
     }
 
 private:
-    [[noreturn]] void fail(const std::string& what) const { throw std::runtime_error(m_name + ": " + what); }
+    [[noreturn]] void fail(const std::string& what) const
+    {
+        throw JsonFault(m_name + ": " + what, "", what, &m_object);
+    }
 
     const json& m_object;
     std::string m_name;

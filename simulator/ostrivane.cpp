@@ -8,6 +8,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
@@ -97,7 +98,7 @@ private:
         if (!file)
             throw std::runtime_error(std::string("settings: can't open ") + path);
         const std::string text(std::istreambuf_iterator<char>(file), {});
-        return simulator::parseSettings(text);
+        return simulator::parseSettings(text, std::filesystem::path(path).filename().string());
     }
 
     std::mutex m_mutex;

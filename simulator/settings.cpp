@@ -1,7 +1,9 @@
 #include "simulator/settings.h"
 
 #include "simulator/fault_text.h"
+#include "simulator/json_places.h"
 #include "simulator/object_reader.h"
+#include "simulator/presets.h"
 #include "text/ascii.h"
 
 #include <limits>
@@ -20,6 +22,11 @@ bool isLowerCase(char c)
 bool isUpperCase(char c)
 {
     return c >= 'A' && c <= 'Z';
+}
+
+[[noreturn]] void fail(const json& value, const std::string& name, const std::string& what)
+{
+    throw JsonFault(name + ": " + what, "", what, &value);
 }
 
 Denomination parseDenomination(const json& object, Denomination denomination = {})
@@ -51,8 +58,8 @@ Denomination parseDenomination(const json& object, Denomination denomination = {
 std::vector<Denomination> parseDrawer(const json& list)
 {
     if (!list.is_array() || list.empty() || list.size() > MOST_DENOMINATIONS)
-        throw std::runtime_error("drawer: must be a list of 1 to " + std::to_string(MOST_DENOMINATIONS) +
-                                 " denominations");
+        fail(list, "drawer",
+             "must be a list of 1 to " + std::to_string(MOST_DENOMINATIONS) + " denominations");
     std::vector<Denomination> drawer;
     for (const json& object : list)
         drawer.push_back(parseDenomination(object));
@@ -64,25 +71,25 @@ std::vector<Denomination> parseDrawer(const json& list)
     Amount total = 0;
     for (const Denomination& denomination : drawer) {
         if (!values.insert(denomination.value).second)
-            throw std::runtime_error("drawer: " + std::to_string(denomination.value) + " is there twice");
+            fail(list, "drawer", std::to_string(denomination.value) + " is there twice");
         total += denomination.value * denomination.count;
     }
     if (total > LARGEST_AMOUNT)
-        throw std::runtime_error("drawer: holds more than " + std::to_string(LARGEST_AMOUNT));
+        fail(list, "drawer", "holds more than " + std::to_string(LARGEST_AMOUNT));
     return drawer;
 }
 
 std::map<char, char> parseRefusals(const json& object)
 {
     if (!object.is_object())
-        throw std::runtime_error("refuse: must be an object");
+        fail(object, "refuse", "must be an object");
     std::map<char, char> refusals;
     for (const auto& [letter, status] : object.items()) {
         if (letter.size() != 1 || !isLowerCase(letter[0]))
-            throw std::runtime_error("refuse: must name commands by a lower-case letter");
+            fail(object, "refuse", "must name commands by a lower-case letter");
         const std::string character = status.is_string() ? status.get<std::string>() : "";
         if (character.size() != 1 || character == "0")
-            throw std::runtime_error("refuse: must give one status character other than 0");
+            fail(object, "refuse", "must give one status character other than 0");
         refusals[letter[0]] = character[0];
     }
     return refusals;
@@ -91,7 +98,7 @@ std::map<char, char> parseRefusals(const json& object)
 std::vector<Fault> parseFaults(const json& list)
 {
     if (!list.is_array())
-        throw std::runtime_error("faults: must be a list");
+        fail(list, "faults", "must be a list");
     std::vector<Fault> faults;
     for (const json& object : list)
         faults.push_back(parseFault(object));
@@ -109,9 +116,23 @@ void raiseTimes(Settings& settings)
     }
 }
 
+/// They come first, whatever stands beside them changes them.
+void readPresets(Settings& settings, ObjectReader& reader)
+{
+    std::string name;
+    reader.read("preset", name, 8);
+    if (!name.empty() && !applyCurrency(settings, name))
+        reader.fail("preset", "must be one of " + currencyPresets());
+    name.clear();
+    reader.read("device", name, 8);
+    if (!name.empty() && !applyDevice(settings, name))
+        reader.fail("device", "must be \"current\" or \"legacy\"");
+}
+
 void readSettings(Settings& settings, const json& object)
 {
     ObjectReader reader(object, "settings");
+    readPresets(settings, reader);
     if (const json* drawer = reader.find("drawer"))
         settings.drawer = parseDrawer(*drawer);
     reader.read("currency", settings.currency, 8, &isLetter, "letters");
@@ -128,6 +149,8 @@ void readSettings(Settings& settings, const json& object)
     reader.readTime("answerDelay", settings.answerDelay);
     reader.readTime("messageGap", settings.messageGap);
     reader.readTime("payOutTime", settings.payOutTime);
+    reader.readTime("pieceTime", settings.pieceTime);
+    reader.read("speed", settings.speed, 1, 100);
     reader.read("payInAfterLogin", settings.payInAfterLogin);
     reader.read("loginOpens", settings.loginOpens);
     reader.read("loginClearsError", settings.loginClearsError);
@@ -175,14 +198,11 @@ std::vector<Denomination> Settings::defaultDrawer()
     return drawer;
 }
 
-Settings parseSettings(std::string_view text)
+Settings parseSettings(std::string_view text, const std::string& file)
 {
-    try {
-        return changedSettings({}, parseJson(text));
-    } catch (const std::exception& error) {
-        const std::string why = error.what();
-        throw std::runtime_error(why.starts_with("not JSON") ? "settings: " + why : why);
-    }
+    Settings settings;
+    readPlaced(text, file, [&](const json& document) { settings = changedSettings({}, document); });
+    return settings;
 }
 
 Settings changedSettings(const Settings& settings, const json& changes)
@@ -208,6 +228,47 @@ std::vector<Denomination> changedUnits(const std::vector<Denomination>& units, c
             throw std::runtime_error("drawer: pieces come and go by insert, refill and take only");
     }
     return changed;
+}
+
+nlohmann::ordered_json describeSettings(const Settings& settings)
+{
+    using nlohmann::ordered_json;
+    ordered_json drawer = ordered_json::array();
+    for (const Denomination& unit : settings.drawer)
+        drawer.push_back({{"value", unit.value},
+                          {"kind", unit.kind == CashKind::Note ? "note" : "coin"},
+                          {"count", unit.count},
+                          {"low", unit.low},
+                          {"high", unit.high},
+                          {"float", unit.cashFloat},
+                          {"capacity", unit.capacity},
+                          {"recycled", unit.recycled},
+                          {"stuck", unit.stuck}});
+    ordered_json refuse = ordered_json::object();
+    for (const auto& [letter, status] : settings.refuse)
+        refuse[std::string(1, letter)] = std::string(1, status);
+    return {{"currency", settings.currency},
+            {"decimals", settings.decimals},
+            {"versionKind", settings.versionKind},
+            {"masterVersion", settings.masterVersion},
+            {"apiVersion", settings.apiVersion},
+            {"commands", settings.commands},
+            {"partSize", settings.partSize},
+            {"answerDelay", settings.answerDelay},
+            {"messageGap", settings.messageGap},
+            {"payOutTime", settings.payOutTime},
+            {"pieceTime", settings.pieceTime},
+            {"speed", settings.speed},
+            {"payInAfterLogin", settings.payInAfterLogin},
+            {"loginOpens", settings.loginOpens},
+            {"loginClearsError", settings.loginClearsError},
+            {"sessionTexts", settings.sessionTexts},
+            {"refuse", std::move(refuse)},
+            {"silent", settings.silent},
+            {"busyInCall", settings.busyInCall},
+            {"openCode", settings.openCode},
+            {"faults", ordered_json::array()},
+            {"drawer", std::move(drawer)}};
 }
 
 } // namespace simulator

@@ -6,6 +6,7 @@
 
 #include <map>
 #include <nlohmann/json_fwd.hpp>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -41,6 +42,8 @@ struct Settings {
     Milliseconds answerDelay = 20; // from a command to its first message
     Milliseconds messageGap = 50;  // at least this long between two messages, but for parts of one answer
     Milliseconds payOutTime = 400; // how long paying, giving back or collecting keeps the device busy
+    Milliseconds pieceTime = 0;    // in the place of payOutTime: how long each piece takes to come out
+    int speed = 1;                 // all times are divided by it
 
     bool payInAfterLogin = true;   // false: a login leaves pay-in closed
     bool loginOpens = true;        // false: every login is answered with mode 2
@@ -61,10 +64,23 @@ struct Settings {
 /// The least "messageGap": the library looks at the device's state every 10 ms, when the system lets it.
 constexpr Milliseconds LEAST_MESSAGE_GAP = 30;
 
-/// Throws std::runtime_error with a text for people to read.
-Settings parseSettings(std::string_view json);
+/// Settings that can't be used. What it tells has the cause first, since little of it may be shown.
+struct BadSettings : std::runtime_error {
+    BadSettings(const std::string& what, std::string asCompilersDo)
+        : std::runtime_error(what), line(std::move(asCompilersDo))
+    {}
 
-/// The settings with those changed that the object names. Throws likewise.
+    std::string line; // file:line:column: key: what
+};
+
+/// "file" is what the text is called. Throws BadSettings.
+Settings parseSettings(std::string_view json, const std::string& file = "settings");
+
+/// All of them, but for what they were set otherwise than asked for.
+nlohmann::ordered_json describeSettings(const Settings& settings);
+
+/// The settings with those changed that the object names. Throws std::runtime_error with a text for people to
+/// read.
 Settings changedSettings(const Settings& settings, const nlohmann::json& changes);
 
 /// Those of "units" that the list names, with what it changes of them. Counts can't be changed, and

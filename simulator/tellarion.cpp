@@ -2,6 +2,7 @@
 //
 // Exit status: 0 done, 1 refused or timed out, 2 wrong usage, 3 no device there.
 #include "simulator/machine_service.h"
+#include "simulator/script.h"
 #include "web/client.h"
 
 #include <CLI/CLI.hpp>
@@ -14,6 +15,7 @@
 #include <fstream>
 #include <future>
 #include <iterator>
+#include <thread>
 
 namespace {
 
@@ -41,6 +43,8 @@ struct Arguments {
     std::string portFile = {};
     std::string settingsFile = {};
     std::string stateFile = {};
+    std::string scriptFile = {};
+    std::string checkedFile = {};
     std::string verb = "serve";
     ordered_json body = ordered_json::object(); // of the request, for all other verbs
 };
@@ -120,17 +124,23 @@ private:
             ->envname("TLSIM_CONFIG");
         m_app.add_option("--state", m_arguments.stateFile,
                          "With serve: file that keeps the money and the faults");
+        m_app.add_option("--script", m_arguments.scriptFile,
+                         "With serve: file with what people do at the machine; it ends with it");
     }
 
     void checkServeOptions() const
     {
-        for (const char* option : {"--port-file", "--state"})
+        for (const char* option : {"--port-file", "--state", "--script"})
             if (m_app.count(option) > 0)
                 throw CLI::ValidationError(std::string(option) + " is for serve");
     }
 
     void addVerbs()
     {
+        verb("check", "Look through a file with settings")
+            ->add_option("file", m_arguments.checkedFile, "The file")
+            ->required();
+        verb("defaults", "Write all settings as they are if nothing else is said");
         verb("state", "Tell how the machine is");
         verb("events", "Tell what happens, until the machine ends");
 
@@ -232,11 +242,31 @@ void writePortFile(const std::string& path, std::uint16_t port)
     std::filesystem::rename(aside, path);
 }
 
+simulator::Settings readSettings(const std::string& file)
+{
+    return file.empty() ? simulator::Settings{} : simulator::parseSettings(readFile(file), file);
+}
+
+int check(const std::string& file)
+{
+    for (const std::string& note : readSettings(file).notes)
+        std::puts((file + ": note: " + note).c_str());
+    std::puts((file + ": can be used").c_str());
+    return DONE;
+}
+
+int writeDefaults()
+{
+    std::puts(simulator::describeSettings({}).dump(4).c_str());
+    return DONE;
+}
+
 int serve(const Arguments& arguments)
 {
-    const auto settings = arguments.settingsFile.empty()
-                              ? simulator::Settings{}
-                              : simulator::parseSettings(readFile(arguments.settingsFile));
+    const simulator::Settings settings = readSettings(arguments.settingsFile);
+    std::optional<simulator::Script> script;
+    if (!arguments.scriptFile.empty())
+        script.emplace(readFile(arguments.scriptFile), arguments.scriptFile);
     // Lives to the end of the process: a till's command may still be waiting in it.
     auto& machine = *new simulator::Machine(settings, arguments.stateFile);
     simulator::MachineService service(machine);
@@ -245,10 +275,20 @@ int serve(const Arguments& arguments)
         writePortFile(arguments.portFile, server.port());
     std::printf("Tellarion on http://127.0.0.1:%d/\n", server.port());
     std::fflush(stdout);
+    bool wentWell = true;
+    std::thread playing([&] {
+        if (script)
+            wentWell = script->play(machine);
+        if (script)
+            server.stop();
+    });
     server.run();
+    if (script)
+        script->stop();
+    playing.join();
     if (!arguments.portFile.empty())
         std::filesystem::remove(arguments.portFile);
-    return DONE;
+    return wentWell ? DONE : REFUSED;
 }
 
 // ---- The customer's hand ----
@@ -323,9 +363,16 @@ int main(int count, char** texts)
             return *status;
         if (arguments.verb == "serve")
             return serve(arguments);
+        if (arguments.verb == "check")
+            return check(arguments.checkedFile);
+        if (arguments.verb == "defaults")
+            return writeDefaults();
         if (arguments.port == 0)
             return complain(WRONG_USAGE, "--port 0 is for serve");
         return arguments.verb == "events" ? follow(arguments) : control(arguments);
+    } catch (const simulator::BadSettings& settings) {
+        std::fputs((settings.line + "\n").c_str(), stderr);
+        return REFUSED;
     } catch (const std::exception& error) {
         return complain(REFUSED, error.what());
     }

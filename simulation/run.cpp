@@ -746,6 +746,12 @@ void Run::service(Random& random)
         m_troubled = true;
         return;
     }
+    // What was lost stays lost until the device says something new: a total, for its display, makes it speak.
+    const std::int32_t toldBefore = m_till.paidInTold;
+    m_till.call("informTotalAmountTL", informTotalAmountTL, std::int32_t{0});
+    m_surroundings.rest(5000);
+    if (m_till.hearsEvents && toldBefore != m_till.paidInTold)
+        report().count("hazard: a lost message left the till with an old paid-in amount");
     m_troubled = false;
     if (m_surroundings.device().paidIn() > 0) {
         m_till.call("regretTL", regretTL, std::int16_t{1});

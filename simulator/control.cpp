@@ -130,6 +130,8 @@ ControlResult putIn(const std::vector<Handful>& handfuls, const PutIn& putIn)
         const DeviceModel::Insertion insertion = putIn(denomination, count);
         took += insertion.took;
         body["took"] = took;
+        if (insertion.coming > 0)
+            body["coming"] = body.value("coming", Amount{0}) + insertion.coming;
         if (!insertion.why.empty()) {
             body["why"] = insertion.why;
             break;

@@ -14,10 +14,42 @@ DeviceModel::Insertion DeviceModel::insert(Amount denomination, int count, Milli
     const Denomination* unit = m_drawer.find(denomination);
     if (unit == nullptr)
         return {0, "there is no such denomination"};
+    if (m_settings.insertTime > 0)
+        return insertSlowly(*unit, count, now);
     const Insertion insertion = putIn(*unit, count, now);
     if (insertion.took > 0)
         postLevels(m_drawer.newLevels());
     return insertion;
+}
+
+/// The first piece at once, unless others are on their way; the rest one by one.
+DeviceModel::Insertion DeviceModel::insertSlowly(const Denomination& unit, int count, Milliseconds now)
+{
+    Insertion insertion;
+    if (m_coming.empty() && count > 0) {
+        insertion = putIn(unit, 1, now);
+        if (insertion.took == 0)
+            return insertion;
+        postLevels(m_drawer.newLevels());
+        m_nextComing = now + slowed(m_settings.insertTime);
+        --count;
+    }
+    insertion.coming = unit.value * count;
+    m_coming.insert(m_coming.end(), static_cast<std::size_t>(count), unit.value);
+    return insertion;
+}
+
+/// People keep what the device no longer takes.
+void DeviceModel::takeComing()
+{
+    const Milliseconds now = m_nextComing;
+    const Amount piece = m_coming.front();
+    m_coming.pop_front();
+    if (!whyTakesNothing(now).empty() || putIn(*m_drawer.find(piece), 1, now).took == 0)
+        m_coming.clear();
+    else
+        postLevels(m_drawer.newLevels());
+    m_nextComing = now + slowed(m_settings.insertTime);
 }
 
 /// A fault that a piece begins shows in the message after the one that tells of the piece.

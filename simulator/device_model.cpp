@@ -185,7 +185,10 @@ void DeviceModel::advance(Milliseconds now)
     for (;;) {
         const auto work = nextStepOfWork();
         const auto fault = m_faults.nextEnd();
-        if (fault && *fault <= now && (!work || *fault <= *work))
+        const bool pieceComes = !m_coming.empty() && m_nextComing <= now;
+        if (pieceComes && (!work || m_nextComing < *work) && (!fault || m_nextComing < *fault))
+            takeComing();
+        else if (fault && *fault <= now && (!work || *fault <= *work))
             endFault(*m_faults.endingBy(*fault), EndOfFault::Itself, *fault);
         else if (work && *work <= now)
             stepWork();
@@ -208,6 +211,8 @@ std::optional<Milliseconds> DeviceModel::nextDue() const
     else if (m_work)
         consider(m_work->end);
     consider(m_faults.nextEnd());
+    if (!m_coming.empty())
+        consider(m_nextComing);
     return next;
 }
 

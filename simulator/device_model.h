@@ -10,6 +10,7 @@
 #include "simulator/message_queue.h"
 #include "simulator/messages.h"
 
+#include <deque>
 #include <functional>
 #include <optional>
 #include <string>
@@ -74,6 +75,7 @@ public:
     struct Insertion {
         Amount took = 0;
         std::string why = {}; // in words, if it did not take all
+        Amount coming = 0;    // still in the hand, and goes in piece by piece
     };
 
     /// Puts pieces of one denomination in. The device takes nothing unless pay-in is open or it is in
@@ -232,6 +234,8 @@ private:
     std::string whyTakesNothing(Milliseconds now) const;
     bool rejects(const Denomination& unit, Milliseconds now);
     void takePiece(Amount denomination, Milliseconds now);
+    Insertion insertSlowly(const Denomination& unit, int count, Milliseconds now);
+    void takeComing();
     Insertion putIn(const Denomination& unit, int count, Milliseconds now);
 
     void beginFault(FaultName name, Milliseconds now);
@@ -280,6 +284,9 @@ private:
 
     CustomerMoney m_customerMoney;
     Amount m_replenished = 0; // since the last end of replenishing
+
+    std::deque<Amount> m_coming; // pieces in a hand that puts them in one by one
+    Milliseconds m_nextComing = 0;
 
     std::optional<Work> m_work;
     MessageQueue m_messages;

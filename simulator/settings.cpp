@@ -150,6 +150,7 @@ void readSettings(Settings& settings, const json& object)
     reader.readTime("messageGap", settings.messageGap);
     reader.readTime("payOutTime", settings.payOutTime);
     reader.readTime("pieceTime", settings.pieceTime);
+    reader.readTime("insertTime", settings.insertTime);
     reader.read("speed", settings.speed, 1, 100);
     reader.read("payInAfterLogin", settings.payInAfterLogin);
     reader.read("loginOpens", settings.loginOpens);
@@ -258,6 +259,7 @@ nlohmann::ordered_json describeSettings(const Settings& settings)
             {"messageGap", settings.messageGap},
             {"payOutTime", settings.payOutTime},
             {"pieceTime", settings.pieceTime},
+            {"insertTime", settings.insertTime},
             {"speed", settings.speed},
             {"payInAfterLogin", settings.payInAfterLogin},
             {"loginOpens", settings.loginOpens},

@@ -43,6 +43,7 @@ struct Settings {
     Milliseconds messageGap = 50;  // at least this long between two messages, but for parts of one answer
     Milliseconds payOutTime = 400; // how long paying, giving back or collecting keeps the device busy
     Milliseconds pieceTime = 0;    // in the place of payOutTime: how long each piece takes to come out
+    Milliseconds insertTime = 0;   // between two pieces that a hand puts in; 0: all at once
     int speed = 1;                 // all times are divided by it
 
     bool payInAfterLogin = true;   // false: a login leaves pay-in closed

@@ -326,6 +326,28 @@ TEST(SimulatorModel, APieceThatIsOutIsNoLongerPaidInAfterAKill)
     EXPECT_EQ((std::vector<Amount>{500, 0}), paidIn);
 }
 
+TEST(SimulatorModel, AHandPutsItsPiecesInOneByOne)
+{
+    Settings settings;
+    settings.insertTime = 500;
+    LoggedInDevice machine(settings);
+    EXPECT_EQ(1000, machine.device.insert(500, 3, machine.now).coming);
+    EXPECT_EQ(100, machine.device.insert(100, 1, machine.now).coming); // behind the others
+    for (const Amount paidIn : {500, 1000, 1500, 1600, 1600}) {
+        EXPECT_EQ(paidIn, machine.device.paidIn());
+        machine.pass(500);
+    }
+    // What it no longer takes stays in the hand.
+    machine.insert(100, 5);
+    machine.pass(500);
+    machine.device.fail(7, machine.now);
+    machine.pass(5000);
+    EXPECT_EQ(1800, machine.device.paidIn());
+    machine.run("e|3");
+    EXPECT_EQ(1800, machine.device.paidIn());
+    EXPECT_TRUE(machine.device.balances());
+}
+
 TEST(SimulatorModel, ADamagedStateIsRefused)
 {
     LoggedInDevice machine;

@@ -15,3 +15,6 @@ std::size_t openHandles();
 
 /// Bytes of memory that the process has of the machine.
 std::size_t memoryInUse();
+
+/// Bytes of memory that each load and unload of a library keeps, whoever keeps them.
+extern const std::size_t keptByALoad;

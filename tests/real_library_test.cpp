@@ -121,7 +121,8 @@ TEST(RealLibrary, ItIsLoadedAndUnloadedTwoHundredTimes)
     const Library simulator("Ostrivane");
     std::size_t handles = 0;
     std::size_t memory = 0;
-    for (int round = 0; round < 200; ++round) {
+    constexpr int ROUNDS = 200;
+    for (int round = 0; round < ROUNDS; ++round) {
         const Library till("tllogics");
         ASSERT_EQ("0 Done", till.CALL(
                                 registerEventsTL, [](std::int32_t, std::uint16_t, std::uint16_t) {},
@@ -137,7 +138,7 @@ TEST(RealLibrary, ItIsLoadedAndUnloadedTwoHundredTimes)
         }
     }
     EXPECT_LE(openHandles(), handles);
-    EXPECT_LE(memoryInUse(), memory + memory / 4);
+    EXPECT_LE(memoryInUse(), memory + memory / 4 + keptByALoad * ROUNDS);
 }
 
 TEST(RealLibrary, TheSessionMayBeOpenWhenTheProcessEnds)

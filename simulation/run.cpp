@@ -71,6 +71,8 @@ Run::Run(const Plan& plan)
         std::filesystem::create_directories(plan.logs);
         m_tape.emplace(plan.logs + "/tape.jsonl");
         m_surroundings.tape = &*m_tape;
+        m_money.open(plan.logs + "/money.tsv", std::ios::binary);
+        m_surroundings.money = &m_money;
         m_tape->environment("TLLOGS", "logs");
     }
     virtualSystem().environment["TLLOGS"] = "logs";

@@ -7,6 +7,7 @@
 #include "simulation/till.h"
 
 #include <cstdint>
+#include <fstream>
 #include <optional>
 #include <string>
 #include <vector>
@@ -84,6 +85,7 @@ private:
 
     const Plan m_plan;
     std::optional<Tape> m_tape;
+    std::ofstream m_money; // what customers paid and got, for those who tell it from the logs
     Surroundings m_surroundings;
     Till m_till;
     std::uint64_t m_sales = 0;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 #include <map>
+#include <ostream>
 
 namespace simulation {
 
@@ -51,6 +52,9 @@ void Surroundings::hear(const simulator::DeviceEvent& event)
         return;
     const bool comesIn = event.way == Event::Way::In || event.way == Event::Way::Refilled;
     m_ledger.moved[event.denomination] += comesIn ? 1 : -1;
+    if (money != nullptr && (event.way == Event::Way::In || event.way == Event::Way::Out))
+        *money << virtualSystem().localTime() << (event.way == Event::Way::In ? "\tin\t" : "\tout\t")
+               << event.denomination << '\n';
     switch (event.way) {
     case Event::Way::In:
         m_ledger.in += event.denomination;

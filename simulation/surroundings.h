@@ -7,6 +7,7 @@
 #include "simulator/device_model.h"
 
 #include <functional>
+#include <iosfwd>
 #include <optional>
 #include <queue>
 #include <string>
@@ -75,6 +76,7 @@ public:
     bool faultBegan = false;  // something of the device's or the link's went wrong
 
     Tape* tape = nullptr;
+    std::ostream* money = nullptr; // a line for each piece that a customer puts in or gets
     /// Called round every message that is delivered.
     std::function<void(const std::string& message, bool before)> onMessage;
 

@@ -72,7 +72,7 @@ public:
     void finish() override
     {
         if (!m_options.json)
-            m_printer.line("", m_errors == 0 ? "No errors." : std::to_string(m_errors) + " error lines.");
+            m_printer.line("", m_errors == 0 ? "No errors." : "Error lines: " + std::to_string(m_errors));
     }
 
 private:

@@ -256,13 +256,20 @@ public:
         const std::uint64_t size = std::filesystem::file_size(m_file.path, error);
         if (error)
             return;
-        if (!isOpen() || size < m_read || beginsAnew())
+        if (!isOpen() || size < m_read || beginsAnew()) {
             open();
+            m_visible = 0;
+        } else {
+            m_visible = std::max(m_visible, m_seen);
+        }
+        m_seen = size;
         m_size = size;
         m_atEnd = false;
         if (!m_has)
             advance();
     }
+
+    void showAll() { m_seen = std::numeric_limits<std::uint64_t>::max(); }
 
     void skipToEnd(std::uint64_t bytes)
     {
@@ -322,6 +329,7 @@ private:
         m_size = std::filesystem::file_size(m_file.path, error);
         if (error)
             m_size = 0;
+        m_visible = m_seen = m_size;
         m_buffer.clear();
         m_at = 0;
         m_read = 0;
@@ -378,6 +386,8 @@ private:
             const std::size_t end = m_buffer.find('\n', searched);
             m_offset = m_read - (m_buffer.size() - m_at);
             if (end != std::string::npos) {
+                if (m_follow && m_read - (m_buffer.size() - end - 1) > m_visible)
+                    return false;
                 line = std::string_view(m_buffer).substr(m_at, end - m_at);
                 m_at = end + 1;
                 if (!line.empty() && line.back() == '\r')
@@ -522,7 +532,7 @@ private:
             }
         const auto& changes = m_changes.of(m_file.folder, dayOfTime(m_time));
         const Time shiftSoFar = changes.empty() ? 0 : changes.back().shift;
-        return {last, shiftSoFar + last - first};
+        return {last, shiftSoFar + last - first + 1}; // what comes after has a later place
     }
 
     LogFile m_file;
@@ -539,6 +549,8 @@ private:
     bool m_behindSplit = false; // the next one is that
     std::uint64_t m_read = 0;
     std::uint64_t m_size = 0;
+    std::uint64_t m_seen = 0;    // its size at the last look
+    std::uint64_t m_visible = 0; // what may be read of it by who follows it
 
     bool m_has = false;
     LogLine m_line;
@@ -592,11 +604,6 @@ bool LogReader::has(const std::filesystem::path& path) const
 {
     return std::any_of(m_streams.begin(), m_streams.end(),
                        [&](const auto& stream) { return stream->file().path == path; });
-}
-
-bool LogReader::isReady(const Stream& stream) const
-{
-    return stream.hasLine() && (!m_newest || stream.order() <= *m_newest);
 }
 
 namespace {
@@ -668,7 +675,7 @@ LogReader::Stream* LogReader::choose()
         return rankOf(stream, open == m_openCalls.end() ? nullptr : &open->second);
     };
     for (const auto& stream : m_streams) {
-        if (!isReady(*stream))
+        if (!stream->hasLine())
             continue;
         if (best == nullptr || stream->order() < best->order()) {
             if (best != nullptr)
@@ -694,7 +701,7 @@ bool LogReader::next(Entry& entry)
 {
     if (m_current != nullptr)
         m_current->advance();
-    if (m_current == nullptr || !isReady(*m_current) || m_current->order() >= m_limit)
+    if (m_current == nullptr || !m_current->hasLine() || m_current->order() >= m_limit)
         m_current = choose();
     if (m_current == nullptr)
         return false;
@@ -723,13 +730,11 @@ void LogReader::lookAgain()
         stream->lookAgain();
 }
 
-std::optional<Time> LogReader::youngestWaiting() const
+void LogReader::showAll()
 {
-    std::optional<Time> youngest;
     for (const auto& stream : m_streams)
-        if (stream->hasLine() && (!youngest || stream->order() > *youngest))
-            youngest = stream->order();
-    return youngest;
+        stream->showAll();
+    lookAgain();
 }
 
 void LogReader::skipToEnds(std::uint64_t bytes)

@@ -47,12 +47,11 @@ public:
     /// The next line in the order of time, that of each file kept. False if there is none (now).
     bool next(Entry& entry);
 
-    /// Looks for what has been written since. For "Follow::Yes": lines without an end, and those younger than
-    /// "holdBack", wait, since their neighbours in other files may still come.
+    /// Looks for what has been written since. With "Follow::Yes" the lines that were there at the look before
+    /// can be read: by then their neighbours in the other files are there too. Lines without an end wait.
     void lookAgain();
-    void setHoldBack(std::optional<Time> newest) { m_newest = newest; }
-    /// Time of the youngest line that waits.
-    std::optional<Time> youngestWaiting() const;
+    /// Lets all lines be read that are there.
+    void showAll();
 
     /// Takes a further file in, for a running till's next day.
     void add(const LogFile& file);
@@ -78,14 +77,12 @@ private:
     static int rankOf(const Stream& stream, const OpenCall* openCall);
 
     Stream* choose();
-    bool isReady(const Stream& stream) const;
 
     Follow m_follow;
     std::optional<Day> m_dayTold; // by one of the files, for those that tell none
     std::unique_ptr<ClockChanges> m_changes;
     std::vector<std::unique_ptr<Stream>> m_streams;
     std::vector<std::string> m_unreadable;
-    std::optional<Time> m_newest;
     Stream* m_current = nullptr;
     Time m_limit = 0;                            // the current stream may go on up to here
     std::map<std::string, OpenCall> m_openCalls; // by folder

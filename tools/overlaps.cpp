@@ -25,24 +25,26 @@ public:
         const What what = whatOf(parsed);
         const bool first = std::exchange(m_first, false);
         if (what == What::Begins) {
+            if (m_ended)
+                m_open = 0; // whoever else was there had died
             if (m_open > 0)
                 m_second = offset;
             m_ended = false;
             ++m_open;
         } else if (what == What::Ends) {
-            if (m_open > 1)
+            if (m_ended && m_open > 0)
                 m_found.push_back({m_second, offset});
             m_open = std::max(0, m_open - 1);
-            m_ended = m_open == 0;
+            m_ended = true;
         } else {
             if (first)
                 ++m_open; // a session of the day before
-            if (m_ended && !m_inAddressFolder) {
+            if (m_ended && (m_open > 0 || !m_inAddressFolder)) {
                 // Somebody else is here still.
                 m_found.push_back({m_second, offset});
-                m_ended = false;
                 m_open = 1;
             }
+            m_ended = false;
         }
     }
 

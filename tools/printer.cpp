@@ -71,14 +71,22 @@ std::size_t characterLength(std::string_view text)
     return length > 2 && (overlong || surrogate) ? 0 : length;
 }
 
+bool isPlain(unsigned char code)
+{
+    return code >= 0x20 && code < 0x7F && code != '"' && code != '\\';
+}
+
 void appendQuoted(std::string& text, std::string_view value)
 {
     static constexpr char DIGITS[] = "0123456789abcdef";
     text += '"';
     for (std::size_t at = 0; at < value.size();) {
         const auto code = static_cast<unsigned char>(value[at]);
-        if (code >= 0x20 && code < 0x7F && code != '"' && code != '\\') {
-            text += value[at++];
+        if (isPlain(code)) {
+            const std::size_t from = at;
+            while (++at < value.size() && isPlain(static_cast<unsigned char>(value[at])))
+                ;
+            text += value.substr(from, at - from);
             continue;
         }
         if (code == '"' || code == '\\') {
@@ -188,6 +196,7 @@ void Printer::hideProgress()
 
 JsonLine::JsonLine(std::string_view type)
 {
+    m_text.reserve(400);
     m_text = "{\"type\":";
     appendQuoted(m_text, type);
 }

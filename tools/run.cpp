@@ -9,8 +9,6 @@ namespace tllog {
 
 namespace {
 
-// How long a line waits for its neighbours in other files, and between two looks at the files.
-constexpr Time HOLD_BACK = 100;
 constexpr auto LOOKS_APART = std::chrono::milliseconds(200);
 
 // Of each file, for those who follow and don't ask for earlier.
@@ -31,29 +29,21 @@ void readAll(LogReader& reader, Story& story, View& view, Printer& printer)
 void follow(LogReader& reader, Story& story, View& view, const Options& options, Printer& printer)
 {
     const auto end = std::chrono::steady_clock::now() + std::chrono::duration<double>(options.followSeconds);
-    std::optional<Time> before;
-    for (int look = 0; printer.isHeard(); ++look) {
+    while (printer.isHeard()) {
+        // A new day, or the first session with an address.
+        for (const LogFile& file : findLogFiles(options.places))
+            if (!reader.has(file.path)) {
+                story.know(file);
+                reader.add(file);
+            }
         reader.lookAgain();
-        if (look % 5 == 0) {
-            // A new day, or the first session with an address.
-            for (const LogFile& file : findLogFiles(options.places))
-                if (!reader.has(file.path)) {
-                    reader.add(file);
-                    story.know(file);
-                }
-        }
-        // What has waited for a whole round has no neighbours to wait for.
-        const auto youngest = reader.youngestWaiting();
-        if (youngest)
-            reader.setHoldBack(youngest == before ? *youngest : *youngest - HOLD_BACK);
-        before = youngest;
         readAll(reader, story, view, printer);
         printer.flush();
         if (options.followSeconds > 0 && std::chrono::steady_clock::now() >= end)
             break;
         std::this_thread::sleep_for(LOOKS_APART);
     }
-    reader.setHoldBack(std::nullopt);
+    reader.showAll();
     readAll(reader, story, view, printer);
 }
 

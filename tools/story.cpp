@@ -37,6 +37,7 @@ struct Pending {
 enum class Ending { Ready, Lost };
 
 /// Texts of a moment ago.
+template <std::size_t Most>
 class Recent {
 public:
     void add(std::string_view text, Time time)
@@ -61,7 +62,7 @@ private:
         std::size_t hash = 0;
         Time time = -SOON * 10;
     };
-    std::array<Text, 32> m_texts{};
+    std::array<Text, Most> m_texts{};
     std::size_t m_next = 0;
 };
 
@@ -295,7 +296,8 @@ private:
                 m_events.add(text.substr(colon + 7), entry.time);
             if (text.starts_with("sendStatusEvent: "))
                 statusEvent(text);
-            told.inner = !m_unmatched;
+            // The device's message tells it too, if messages are logged.
+            told.inner = !isShut("LogComToCAPI") && !m_messageGateNoticed;
             break;
         case Mark::Command:
             if (const DeviceCommand command = parseCommand(text); command.letter != '\0')
@@ -404,6 +406,8 @@ private:
 
     void errorLine(std::string_view text)
     {
+        if (m_pending && text.starts_with("ctllogics.callbackfunc: Error in format"))
+            doubt("a device message could not be read");
         if (!text.starts_with("CTLLogics::"))
             return;
         static constexpr std::array<std::string_view, 6> REFUSED{
@@ -552,8 +556,9 @@ private:
             return;
         const bool idle = m_pending && !m_pending->started && m_pending->givesBack() &&
                           m_pending->before == 0 && message.amount == 0;
+        // A device that is closed suddenly was switched off meanwhile: it pays nothing to its end then.
         if (m_pending && (m_pending->started || idle))
-            endPending(Ending::Ready);
+            endPending(message.mode == 0 ? Ending::Lost : Ending::Ready);
         if (counts && m_sale && !m_sale->isOver && !m_pending && message.amount == 0) {
             m_sale->isOver = true;
             m_sale->end = m_now;
@@ -581,7 +586,7 @@ private:
             openSale();
             m_sale->paidIn += change;
             if (m_pending && m_pending->started)
-                m_pending->atStart += change;
+                doubt("device messages are missing: money came in while the device was paying");
         } else if (change < 0) {
             if (m_pending && !m_pending->keepsPaidIn()) {
                 m_pending->fallen -= change;
@@ -642,7 +647,12 @@ private:
             return;
         const bool ready = ending == Ending::Ready && done.started;
         if (done.givesBack()) {
-            if (done.started && (ready || done.errored))
+            // Of all of it, what did not come back is named; otherwise messages are missing.
+            const bool all = done.how != '2' || done.letter == 'f';
+            if (done.started && (ready || done.errored) && all &&
+                done.fallen + (done.hasRest ? done.rest : 0) != done.atStart)
+                doubt("what came back and what was paid in don't fit");
+            else if (done.started && (ready || done.errored))
                 m_sale->paidOut += done.fallen;
             else if (done.before > 0 && m_amount < done.before)
                 doubt("the device never told what it did with a command");
@@ -830,8 +840,8 @@ private:
     std::int64_t m_wanted = 0;
     std::int64_t m_refusedDispense = 0;
 
-    Recent m_errors;
-    Recent m_events;
+    Recent<1024> m_errors; // a till that tries again without a pause writes many at a time
+    Recent<32> m_events;
 };
 
 Story::Story(const std::vector<LogFile>& files)

@@ -77,7 +77,7 @@ private:
     {
         if (!m_options.covers(entry.time) || !m_options.wants(entry.mark))
             return false;
-        return m_options.json ? !told.again : m_options.all || !isDetail(entry, told);
+        return !told.again && (m_options.json || m_options.all || !isDetail(entry, told));
     }
 
     void take(const Entry& entry, const Told& told)

@@ -47,6 +47,7 @@ void setUp(CLI::App& app, Arguments& arguments)
     Options& options = arguments.options;
     app.require_subcommand(0, 1);
     app.fallthrough();
+    app.allow_windows_style_options(false); // a path may begin with "/"
     app.set_version_flag("--version", TLLOGICS_VERSION_TEXT);
     const char* const places =
         "The log directory, or files; without any, TLLOGS, LOGFILE or the default place";

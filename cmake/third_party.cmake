@@ -19,4 +19,7 @@ tl_third_party(boost version.hpp libboost-dev)
 
 add_library(tl_third_party INTERFACE)
 target_include_directories(tl_third_party SYSTEM INTERFACE ${third_party_include})
-target_compile_definitions(tl_third_party INTERFACE FMT_HEADER_ONLY)
+add_library(tl_fmt STATIC ${PROJECT_SOURCE_DIR}/cmake/fmt_format.cpp)
+target_include_directories(tl_fmt SYSTEM PRIVATE ${third_party_include})
+target_compile_options(tl_fmt PRIVATE -O1 -g0)
+target_link_libraries(tl_third_party INTERFACE tl_fmt)

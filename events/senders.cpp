@@ -72,14 +72,14 @@ std::int16_t refuseNegative(const char* sender, const char* parameter, std::int3
 /// The two digits at a fixed place of an error text. 0, or 2 with code 0.
 std::int16_t getErrorCode(const std::string& text, std::int32_t& code)
 {
-    static constexpr std::size_t CODE_AT = 14;
-    static constexpr std::size_t CODE_WIDTH = 2;
+    static constexpr std::size_t ERROR_CODE_AT = 14;
+    static constexpr std::size_t ERROR_CODE_WIDTH = 2;
     code = 0;
-    if (text.size() < CODE_AT + CODE_WIDTH) {
+    if (text.size() < ERROR_CODE_AT + ERROR_CODE_WIDTH) {
         logError(pieces("getErrorCode: wrong message length: ", text));
         return TL_STATUS_ERROR;
     }
-    const std::string field = text.substr(CODE_AT, CODE_WIDTH);
+    const std::string field = text.substr(ERROR_CODE_AT, ERROR_CODE_WIDTH);
     if (field == "00")
         return TL_STATUS_OK;
     const std::int32_t number = leadingNumber(field);

@@ -149,11 +149,11 @@ public:
         afterChange();
     }
 
-    int wait(std::string_view json, std::function<void(const ControlResult&)> done)
+    int wait(std::string_view object, std::function<void(const ControlResult&)> done)
     {
         const std::lock_guard lock(m_mutex);
         try {
-            const WaitedFor waitedFor = parseWait(json, m_device.settings().decimals);
+            const WaitedFor waitedFor = parseWait(object, m_device.settings().decimals);
             m_waits[++m_lastNumber] = {waitedFor, now() + waitedFor.timeout, std::move(done)};
         } catch (const std::exception& error) {
             done(wrongResult(error.what()));
@@ -364,17 +364,18 @@ std::string Machine::state()
     return text;
 }
 
-ControlResult Machine::control(std::string_view verb, std::string_view json)
+ControlResult Machine::control(std::string_view verb, std::string_view object)
 {
     ControlResult result;
-    atDevice(
-        [&](DeviceModel& device, Milliseconds now) { result = simulator::control(device, verb, json, now); });
+    atDevice([&](DeviceModel& device, Milliseconds now) {
+        result = simulator::control(device, verb, object, now);
+    });
     return result;
 }
 
-int Machine::wait(std::string_view json, std::function<void(const ControlResult&)> done)
+int Machine::wait(std::string_view object, std::function<void(const ControlResult&)> done)
 {
-    return m_running->wait(json, std::move(done));
+    return m_running->wait(object, std::move(done));
 }
 
 void Machine::cancelWait(int number)

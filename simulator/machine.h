@@ -61,12 +61,12 @@ public:
     /// The machine as it is now, what GET /api/state answers.
     std::string state();
 
-    /// Carries out one verb but "wait". "json": an object, or empty for one without members.
-    ControlResult control(std::string_view verb, std::string_view json);
+    /// Carries out one verb but "wait". "object": as JSON, or empty for one without members.
+    ControlResult control(std::string_view verb, std::string_view object);
 
     /// Calls "done" once: when what is waited for is so, on the timeout (409), or at once if the text is
     /// wrong. Like an EventSink it is called while the machine is locked. Answers a number to cancel it by.
-    int wait(std::string_view json, std::function<void(const ControlResult&)> done);
+    int wait(std::string_view object, std::function<void(const ControlResult&)> done);
     void cancelWait(int number);
 
     /// The verbs, "wait" included.

@@ -28,7 +28,7 @@ std::string checksum(std::string_view text)
     throw std::runtime_error(what);
 }
 
-json unitJson(const Denomination& unit)
+json savedUnit(const Denomination& unit)
 {
     return {{"value", unit.value},       {"note", unit.kind == CashKind::Note},
             {"count", unit.count},       {"low", unit.low},
@@ -151,7 +151,7 @@ json deviceJson(const SavedDevice& saved)
 {
     json units = json::array();
     for (const Denomination& unit : saved.units)
-        units.push_back(unitJson(unit));
+        units.push_back(savedUnit(unit));
     json faults = json::array();
     for (const Fault& fault : saved.faults)
         faults.push_back(faultJson(fault));

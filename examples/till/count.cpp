@@ -5,7 +5,7 @@
 
 namespace {
 
-struct Released {
+struct RecordsReleased {
     void operator()(CashCountRecord* records) const { std::free(records); }
 };
 
@@ -17,8 +17,8 @@ struct Count {
     CashCountRecord* notes = nullptr;
     std::int32_t nCoins = 0;
     std::int32_t nNotes = 0;
-    std::unique_ptr<CashCountRecord, Released> coinsOwner = {};
-    std::unique_ptr<CashCountRecord, Released> notesOwner = {};
+    std::unique_ptr<CashCountRecord, RecordsReleased> coinsOwner = {};
+    std::unique_ptr<CashCountRecord, RecordsReleased> notesOwner = {};
 
     void make(Session& session, const char* what, CountFunction function)
     {

@@ -13,6 +13,9 @@ void removeDirectory(const std::string& path);
 /// Descriptors or handles that the process has open.
 std::size_t openHandles();
 
+/// A sanitizer keeps what was freed for a while.
+constexpr bool MEMORY_TELLS = TLLOGICS_SLOWDOWN == 1;
+
 /// Bytes of memory that the process has of the machine.
 std::size_t memoryInUse();
 

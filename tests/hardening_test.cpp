@@ -119,7 +119,9 @@ TEST_F(Hardening, ATillMayReconnectForYears)
         ostrivane().calls.clear();
     }
     EXPECT_LE(openHandles(), handles);
-    EXPECT_LE(memoryInUse(), memory + memory / 10);
+    if (MEMORY_TELLS) {
+        EXPECT_LE(memoryInUse(), memory + memory / 10);
+    }
     EXPECT_EQ(1, countOf("== exitTL: Ok! Returning 0", {apiLog().back()}));
 }
 
@@ -151,6 +153,8 @@ TEST_F(Hardening, AMillionMessagesLeaveNothingBehind)
             happened();
     }
     EXPECT_LE(openHandles(), handles);
-    EXPECT_LE(memoryInUse(), memory + memory / 10);
+    if (MEMORY_TELLS) {
+        EXPECT_LE(memoryInUse(), memory + memory / 10);
+    }
     EXPECT_EQ(Texts{}, errorLog());
 }

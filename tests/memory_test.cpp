@@ -109,10 +109,14 @@ TEST_F(Memory, EveryCallAnswersWithoutIt)
                 virtual_clock::forget();
                 device.say(head('a', 0, 0));
                 message.fill('#');
+                std::free(std::exchange(coins, nullptr));
+                std::free(std::exchange(notes, nullptr));
             },
             [&] { status = function(); });
         brokenOffCalls += brokenOff > 0;
     }
+    std::free(coins);
+    std::free(notes);
     EXPECT_GT(brokenOffCalls, 12); // some need no memory
     EXPECT_GT(countOf("payout2TL: Failed! Returning 2: ", errorLog()), 0);
 }

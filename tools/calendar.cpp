@@ -150,7 +150,11 @@ std::optional<Time> readTime(std::string_view text, Day today)
             return std::nullopt;
         text.remove_prefix(11);
     }
-    // hh:mm, hh:mm:ss, hh:mm:ss.mmm
+    // hh:mm, hh:mm:ss, hh:mm:ss.mmm and less of it
+    std::string whole(text);
+    if (whole.size() > 9 && whole.size() < 12 && whole[8] == '.')
+        whole.append(12 - whole.size(), '0');
+    text = whole;
     if ((text.size() != 5 && text.size() != 8 && text.size() != 12) || text[2] != ':')
         return std::nullopt;
     const auto part = [&](std::size_t at, std::size_t width) {

@@ -448,6 +448,10 @@ private:
             sent.dispense =
                 command.count > 0 && !command.fields[0].empty() ? valueOfList(listOf(command.fields[0])) : 0;
             break;
+        case 'd':
+            m_asked = command.amount(0);
+            m_askedRest = 0;
+            return;
         case 'x':
             m_longForm = false;
             return;
@@ -536,6 +540,8 @@ private:
         if (message.letter == 'c') {
             if (message.status == 1)
                 restComes(message.amount);
+            else
+                m_askedRest = message.amount;
             return;
         }
         const bool counts = message.mode != 3; // in administration mode it is what was filled in
@@ -584,6 +590,7 @@ private:
             if (m_sale && m_sale->isOver && !busy)
                 closeSale(Ending::Ready);
             openSale();
+            m_asked = -1; // with more pieces it may be possible
             m_sale->paidIn += change;
             if (m_pending && m_pending->started)
                 doubt("device messages are missing: money came in while the device was paying");
@@ -607,11 +614,8 @@ private:
         if (m_pending->started)
             return;
         if (m_next) {
-            // The former never made the device busy: nothing came of it if its money is still there.
-            const bool untouched =
-                !m_pending->keepsPaidIn() && m_pending->before > 0 && amount == m_pending->before;
-            if (!untouched && !(m_pending->keepsPaidIn() && m_pending->dispense == 0))
-                doubt("the device never told what it did with a command");
+            // The former never made the device busy, as far as the log goes.
+            doubt("the device never told what it did with a command");
             m_pending = std::exchange(m_next, std::nullopt);
         }
         m_pending->started = true;
@@ -654,16 +658,14 @@ private:
                 doubt("what came back and what was paid in don't fit");
             else if (done.started && (ready || done.errored))
                 m_sale->paidOut += done.fallen;
-            else if (done.before > 0 && m_amount < done.before)
-                doubt("the device never told what it did with a command");
             else if (done.started)
                 doubt("the log ends while the device gives money back");
+            else if (ending == Ending::Lost)
+                doubt("the device never told what it did with a command");
             return;
         }
         std::int64_t owed = done.dispense;
         if (done.letter == 'f') {
-            if (!done.started && done.before > 0 && m_amount >= done.before)
-                return; // its money is still there: nothing came of it
             owed += (done.started ? done.atStart : done.before) - done.deposit;
             if (ready && m_amount != 0)
                 doubt("money is paid in still after the payment");
@@ -681,7 +683,9 @@ private:
             if (done.rest > owed)
                 doubt("the device names a rest above the payment");
             m_sale->paidOut += owed - done.rest;
-        } else if ((ready && !done.errored) || owed == 0) {
+        } else if (done.dispense == m_asked && m_askedRest > 0) {
+            doubt("the device could not pay this a moment ago, and named no rest now");
+        } else if ((ready && !done.errored) || (owed == 0 && done.started)) {
             m_sale->paidOut += owed;
         } else if (done.errored) {
             doubt("the device failed and did not say what came out");
@@ -839,6 +843,8 @@ private:
     bool m_waitsForDispense = false;
     std::int64_t m_wanted = 0;
     std::int64_t m_refusedDispense = 0;
+    std::int64_t m_asked = -1; // by the last question, and what the device could not pay of it
+    std::int64_t m_askedRest = 0;
 
     Recent<1024> m_errors; // a till that tries again without a pause writes many at a time
     Recent<32> m_events;

@@ -187,7 +187,7 @@ class Days(Test):
         for sale in sorted(sales, key=lambda each: each["id"]):
             end = (datetime.datetime.fromisoformat(sale["end"]) - EPOCH) / datetime.timedelta(milliseconds=1)
             if sale["missing"] is None:
-                after_unknown = True
+                untold, after_unknown = 0, True
             elif before is not None:
                 # The next customer may be quick: in the very millisecond in which the device is ready.
                 paid_in = sum(amount for at, amount in ins if before <= at < end)
@@ -195,7 +195,8 @@ class Days(Test):
                 self.assertEqual(paid_out, sale["paidOut"], (seed, sale))
                 # A piece of which the device tells late is one of the next sale; and what an unknown one has
                 # left behind, too.
-                untold = 0 if after_unknown else untold + paid_in - sale["paidIn"]
+                untold += paid_in - sale["paidIn"]
+                untold = max(0, untold) if after_unknown else untold
                 self.assertGreaterEqual(untold, 0, (seed, sale))
                 after_unknown = False
             before = end

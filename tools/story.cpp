@@ -36,6 +36,8 @@ struct Pending {
 
 enum class Ending { Ready, Lost };
 
+constexpr const char* UNREAD = "a device message could not be read";
+
 /// Texts of a moment ago.
 template <std::size_t Most>
 class Recent {
@@ -406,8 +408,11 @@ private:
 
     void errorLine(std::string_view text)
     {
-        if (m_pending && text.starts_with("ctllogics.callbackfunc: Error in format"))
-            doubt("a device message could not be read");
+        if (text.starts_with("ctllogics.callbackfunc: Error in format")) {
+            m_unread = true;
+            if (m_pending)
+                doubt(UNREAD);
+        }
         if (!text.starts_with("CTLLogics::"))
             return;
         static constexpr std::array<std::string_view, 6> REFUSED{
@@ -586,6 +591,7 @@ private:
         if (told != nullptr && change != 0)
             told->paidInChange = change;
         m_amount = amount;
+        m_unread = false;
         if (change > 0) {
             if (m_sale && m_sale->isOver && !busy)
                 closeSale(Ending::Ready);
@@ -722,6 +728,8 @@ private:
     {
         if (!m_sale)
             return;
+        if (m_unread)
+            doubt(UNREAD);
         if (m_next) {
             doubt("the device never told what it did with a command");
             m_next.reset();
@@ -827,6 +835,7 @@ private:
     bool m_unsure = true; // the next message tells what the amount really is
     bool m_longForm = false;
     bool m_messageLost = false;
+    bool m_unread = false; // a message that couldn't be read, and none since that tells the amount
 
     // Events against messages.
     std::int64_t m_toldAmount = -1;

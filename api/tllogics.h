@@ -417,10 +417,10 @@ int16_t resetTL(char* message);
 /* ---- Administration ----
  *
  * coins, nCoins, notes, nNotes: arrays that the application gets are its own, on the C run-time's heap;
- * they are never null and are released with free(); on Windows with free() of msvcrt.dll (see the
- * README). An entry uses nDenomination and nCount only. amountRest: the amount of all entries handed
- * back. The arrays are handed out on every return but those for a null "message", "Not initiated" and an
- * empty message.
+ * they are never null and are released with tlFreeArray() of tllogics_arrays.h, which is free() on Linux
+ * and on Windows the free() of msvcrt.dll, whatever the application was built with. An entry uses
+ * nDenomination and nCount only. amountRest: the amount of all entries handed back. The arrays are handed
+ * out on every return but those for a null "message", "Not initiated" and an empty message.
  *
  * The device's error status does not keep these calls from sending. collectToCashFloatTL, purgeTL and
  * dispenseSpecifiedTL answer 0 also if the device stayed silent or is still at it after 5 s: wait for the

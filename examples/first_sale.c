@@ -2,10 +2,10 @@
  * what really came of it. Called as: first_sale [<port settings>] */
 #define _POSIX_C_SOURCE 199309L /* nanosleep is the one function here that a compiler may lack */
 #include "tllogics.h"
+#include "tllogics_arrays.h"
 
 #include <stdatomic.h>
 #include <stdio.h>
-#include <stdlib.h>
 #include <time.h>
 
 enum { DUE = 12300, PATIENCE = 1200 }; /* tenths of a second, for the customer and for the device */
@@ -83,7 +83,7 @@ static int64_t valueOf(CashCountRecord* records, int32_t count)
     for (int32_t i = 0; i < count; ++i)
         value += (int64_t)records[i].nDenomination *
                  (records[i].nTotal != 0 ? records[i].nTotal : records[i].nCount);
-    free(records); /* on Windows the free of msvcrt.dll */
+    tlFreeArray(records);
     return value;
 }
 

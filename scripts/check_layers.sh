@@ -77,8 +77,8 @@ find_included()
     [ "$2" = '<' ] || directories=("${1%/*}" .)
     # What is handed to users is included by its bare name; tests have their own directory in the path.
     case ${1%%/*} in
-    tests) directories+=(tests api simulator) ;;
-    examples | bench | bindings | tools | simulation) directories+=(api simulator) ;;
+    tests) directories+=(tests api simulator bindings/c bindings/cpp) ;;
+    examples | bench | bindings | tools | simulation) directories+=(api simulator bindings/c bindings/cpp) ;;
     esac
     for directory in "${directories[@]}"; do
         if [ -f "$directory/$3" ]; then

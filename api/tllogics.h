@@ -74,6 +74,7 @@ extern "C" {
 
 /* ---- Version of this header and its library ---- */
 
+/* The version's three numbers, and its text. */
 #define TLLOGICS_VERSION_MAJOR 1
 #define TLLOGICS_VERSION_MINOR 0
 #define TLLOGICS_VERSION_PATCH 0
@@ -81,18 +82,18 @@ extern "C" {
 
 /* ---- Status codes ---- */
 
-#define TL_STATUS_OK 0
-#define TL_STATUS_BUSY 1
-#define TL_STATUS_ERROR 2
-#define TL_STATUS_WARNING 3 /* initTL on a library that is initiated already */
-#define TL_STATUS_INPUT_PARAM_ERROR 4
-#define TL_STATUS_CLOSED 5
-#define TL_STATUS_TIMEOUT 6
-#define TL_STATUS_SEND_FAILED 7
-#define TL_STATUS_NOT_POSSIBLE 8    /* the amount can't be paid exactly */
-#define TL_STATUS_AMOUNT_TOO_BIG 10 /* more to deposit than was paid in */
-#define TL_STATUS_PAYOUT_LIMIT 11   /* more paid out than the settings allow per time */
-#define TL_STATUS_NOT_SUPPORTED 12
+#define TL_STATUS_OK 0                /* done, or what is to be done was begun */
+#define TL_STATUS_BUSY 1              /* the device is busy */
+#define TL_STATUS_ERROR 2             /* the device is in its error status, or the library not initiated */
+#define TL_STATUS_WARNING 3           /* initTL on a library that is initiated already */
+#define TL_STATUS_INPUT_PARAM_ERROR 4 /* a parameter is wrong */
+#define TL_STATUS_CLOSED 5            /* nobody is logged in */
+#define TL_STATUS_TIMEOUT 6           /* the device did not report in time */
+#define TL_STATUS_SEND_FAILED 7       /* the link can't tell whether the command got through */
+#define TL_STATUS_NOT_POSSIBLE 8      /* the amount can't be paid exactly */
+#define TL_STATUS_AMOUNT_TOO_BIG 10   /* more to deposit than was paid in */
+#define TL_STATUS_PAYOUT_LIMIT 11     /* more paid out than the settings allow per time */
+#define TL_STATUS_NOT_SUPPORTED 12    /* the state or the device doesn't allow the call */
 #define TL_STATUS_FAILED_TO_COMPLY 13 /* the device took the command and did not do as told */
 
 /* ---- Events as callbacks ----
@@ -159,8 +160,11 @@ typedef void (*TLCashSessionEvent)(uint16_t infoType, int32_t amount, const char
  *   CASHSESSION        infoType               amount                 getCashSessionInfoTL
  *   INFORMATION        4                      0                      -
  */
+
+/* A window's handle, or a socket's descriptor cast to a pointer. */
 typedef void* TLWindowHandle;
 
+/* The names for RegisterWindowMessage. */
 #define TL_MESSAGE_NAME_CASHLEVEL "WM_TL_CALLBACK_CASHLEVEL"
 #define TL_MESSAGE_NAME_CASHSESSION "WM_TL_CALLBACK_CASHSESSION"
 #define TL_MESSAGE_NAME_ERROR "WM_TL_CALLBACK_ERROR"
@@ -176,6 +180,7 @@ typedef void* TLWindowHandle;
 
 /* ---- Cash counts ---- */
 
+/* So many coins or notes of one denomination. */
 typedef struct CashCountRecord {
     int32_t nDenomination; /* in the smallest unit */
     int32_t nCount;        /* the device's first count */
@@ -193,7 +198,9 @@ typedef struct CashCountRecord {
  * was called inside an event, until that event has returned too: a runtime that moves or collects them
  * sooner crashes. Only registerEvents4TL delivers information texts; its warnings are
  * TLLevelWarningEvent.
- *
+ */
+
+/* Registers the events that the parameters name.
  * Allowed always. Returns at once.
  * Statuses: 0 2 4.
  */

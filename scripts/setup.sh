@@ -14,6 +14,7 @@ for purpose; do
     linux) packages+=(chromium chromium-driver lnav rsyslog) ;;
     windows | bench) packages+=(g++-mingw-w64-x86-64-posix wine64) ;;
     fuzz) packages+=(clang-14 libclang-rt-14-dev) ;;
+    docs) packages+=(doxygen python3) ;;
     format) packages+=(clang-format-14) ;;
     demo | linux | tsan | asan | layers) ;;
     *)

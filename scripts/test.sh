@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# test.sh <stage>...: installs what is missing and runs the stages: format, layers, or the name of a preset
-# whose tests are built and run. All of them run even if one fails; the summary comes last.
+# test.sh <stage>...: installs what is missing and runs the stages: format, layers, docs, or the name of a
+# preset whose tests are built and run. All of them run even if one fails; the summary comes last.
 set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
 
@@ -40,6 +40,7 @@ for stage; do
     case $stage in
     format) scripts/format.sh --check && stage_passed=1 ;;
     layers) scripts/check_layers.sh && stage_passed=1 ;;
+    docs) scripts/docs.sh && stage_passed=1 ;;
     *) run_preset "$stage" ;;
     esac
     [ $((stage_passed + stage_failed)) -gt 0 ] || stage_failed=1

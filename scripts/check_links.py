@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""check_links.py [DIRECTORY]: whether what the repository's pages, and the built ones in DIRECTORY, link to is
+"""check_links.py [DIRECTORY]: whether what the repository's pages, or the built ones in DIRECTORY, link to is
 there, with the anchors. Links to other places are not looked at. With --pages it lists the pages."""
 import html.parser
 import os
@@ -100,11 +100,11 @@ def check_html(directory):
 
 
 def main(arguments):
-    files = repository_files()
+    files = repository_files() if not arguments or arguments == ["--pages"] else []
     if arguments == ["--pages"]:
         print("\n".join(sorted(name for name in files if name.endswith(".md"))))
         return
-    count = check_pages(files) + sum(check_html(directory) for directory in arguments)
+    count = check_html(arguments[0]) if arguments else check_pages(files)
     print(f"{count} links, {failed} of them lead nowhere")
     sys.exit(failed > 0 or count == 0)
 

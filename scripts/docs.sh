@@ -4,6 +4,8 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
+scripts/check_links.py
+
 html=build/docs/html
 rm -rf "$html"
 mkdir -p build/docs

@@ -154,7 +154,9 @@ class Header:
         open_declaration = False
         for line in part.split("\n"):
             starts = re.match(r"(?:int16_t (\w+)\(|static inline |typedef |#define \w+ )", line)
-            if starts and not open_declaration and "/*" not in line:
+            if not line.strip():
+                self.current = []
+            if starts and self.current and not open_declaration and "/*" not in line:
                 yield self.documentation(self.current, starts[1])
             yield re.sub(r"(\S[ \t]+)/\* (.*)\*/", r"\1/**< \2*/", line)
             if line.strip():

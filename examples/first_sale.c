@@ -112,7 +112,8 @@ static int sell(void)
     if (waitUntil(customerHasPaid)) {
         /* Once, whatever it answers: a second call could pay a second time. */
         const int16_t status = amountDueTL(DUE, "receipt 1", &rest, message);
-        sold = done("amountDueTL", status) || status == TL_STATUS_TIMEOUT || status == TL_STATUS_SEND_FAILED;
+        sold = done("amountDueTL", status) || status == TL_STATUS_TIMEOUT ||
+               status == TL_STATUS_SEND_FAILED || (status == TL_STATUS_ERROR && message[0] == '\0');
     }
     if (!sold)
         done("regretTL", regretTL(1, message)); /* refused, or not enough: the customer's money goes back */

@@ -12,6 +12,8 @@
 
 #ifdef _WIN32
 
+#include <string.h>
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -19,13 +21,8 @@ extern "C" {
 /* As windows.h declares them, which may come before or after and is not pulled in for two functions. */
 struct HINSTANCE__;
 __declspec(dllimport) struct HINSTANCE__* __stdcall GetModuleHandleA(const char* name);
-#ifdef __cplusplus
-__declspec(dllimport) long long(__stdcall* __stdcall GetProcAddress(struct HINSTANCE__* module,
-                                                                    const char* name))();
-#else
 __declspec(dllimport) long long(__stdcall* __stdcall GetProcAddress(struct HINSTANCE__* module,
                                                                     const char* name))(void);
-#endif
 
 #ifdef __cplusplus
 }
@@ -34,11 +31,13 @@ __declspec(dllimport) long long(__stdcall* __stdcall GetProcAddress(struct HINST
 /* Null is allowed. */
 static inline void tlFreeArray(CashCountRecord* array)
 {
-    typedef void (*AnyFunction)(void);
-    typedef void(__cdecl * Free)(void*);
     /* Loaded with tllogics.dll, and never unloaded: without it there is no array either. */
     struct HINSTANCE__* const runtime = GetModuleHandleA("msvcrt.dll");
-    const Free release = runtime ? (Free)(AnyFunction)GetProcAddress(runtime, "free") : (Free)0;
+    long long(__stdcall * found)(void) = 0;
+    void(__cdecl * release)(void*) = 0;
+    if (runtime)
+        found = GetProcAddress(runtime, "free");
+    memcpy(&release, &found, sizeof release); /* a cast that no compiler warns of, in C and in C++ */
     if (release)
         release(array);
 }

@@ -1,0 +1,453 @@
+// The C++ binding on the simulated device.
+#include "environment.h"
+#include "scratch.h"
+
+#include "simulator/tellarion_simulator.h"
+#include "tllogics.hpp"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdlib>
+#include <functional>
+#include <map>
+#include <new>
+#include <sstream>
+#include <thread>
+
+using tllogics::Money;
+using tllogics::Refused;
+using tllogics::Session;
+
+std::string refusalOfASession(); // in another translation unit
+
+namespace {
+
+thread_local int allocationsLeft = -1; // negative: no end
+
+} // namespace
+
+void* operator new(std::size_t size)
+{
+    void* const memory = allocationsLeft == 0 ? nullptr : std::malloc(size);
+    if (memory == nullptr)
+        throw std::bad_alloc();
+    if (allocationsLeft > 0)
+        --allocationsLeft;
+    return memory;
+}
+void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
+
+namespace {
+
+constexpr const char* PORT = "Type:RS232;Name:COM1;";
+constexpr const char* SETTINGS = "PayOutOkCheck:1;ChangeOkCheck:1;RegretOkCheck:1;AskPayOutAmountLimit:0;";
+
+/// What the last status event said.
+class Status {
+public:
+    void heard(int amount, int status, int mode)
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_last = {amount, status, mode};
+        m_hasChanged.notify_all();
+    }
+
+    bool waitFor(int amount, int status, int mode)
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        return m_hasChanged.wait_for(lock, std::chrono::seconds(20), [&] {
+            return m_last == std::array<int, 3>{amount, status, mode};
+        });
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_hasChanged;
+    std::array<int, 3> m_last{-1, -1, -1};
+};
+
+class Cpp : public testing::Test {
+protected:
+    Cpp()
+    {
+        EXPECT_EQ(0, tlsim_configure(R"({"speed": 20})"));
+        on.onStatus = [this](int amount, int value, int mode) { status.heard(amount, value, mode); };
+    }
+
+    void logIn(Session& session)
+    {
+        ASSERT_EQ(TL_STATUS_OK, session.registerEvents4TL().status);
+        ASSERT_EQ(TL_STATUS_OK, session.initTL(PORT, SETTINGS).status);
+        ASSERT_EQ(TL_STATUS_OK, session.loginTL(1, 1).status);
+        ASSERT_TRUE(status.waitFor(0, 0, 1));
+    }
+
+    Status status;
+    tllogics::Handlers on;
+};
+
+template <typename Function>
+std::string refusalOf(const Function& function)
+{
+    try {
+        (void)function();
+        return "";
+    } catch (const Refused& refused) {
+        return refused.what();
+    }
+}
+
+std::vector<std::string> exportedNames()
+{
+    std::istringstream lines(scratch::source("api/exports.list"));
+    std::vector<std::string> names;
+    for (std::string line; std::getline(lines, line);)
+        if (line.front() != '#')
+            names.push_back(line);
+    return names;
+}
+
+/// docs/statuses.tsv: what each call and status say of the money.
+std::map<std::string, std::map<int, std::string>> moneyOfTable()
+{
+    std::map<std::string, std::map<int, std::string>> money;
+    std::istringstream lines(scratch::source("docs/statuses.tsv"));
+    std::string line;
+    std::getline(lines, line);
+    while (std::getline(lines, line)) {
+        std::istringstream fields(line);
+        std::string call, number, meaning, moved;
+        std::getline(fields, call, '\t');
+        std::getline(fields, number, '\t');
+        std::getline(fields, meaning, '\t');
+        std::getline(fields, moved, '\t');
+        money[call][std::stoi(number)] = moved;
+    }
+    return money;
+}
+
+} // namespace
+
+TEST_F(Cpp, EveryFunctionWorksOnTheDevice)
+{
+    Session session(on);
+    const auto payIn = [&] {
+        EXPECT_EQ(10000, tlsim_insert(10000, 1));
+        EXPECT_TRUE(status.waitFor(10000, 0, 1));
+    };
+    const auto count = [](const tllogics::CountResult& result) {
+        std::int64_t value = 0;
+        for (const auto* const records : {&result.coins, &result.notes})
+            for (const CashCountRecord& record : *records)
+                value +=
+                    std::int64_t{record.nDenomination} * (record.nTotal != 0 ? record.nTotal : record.nCount);
+        EXPECT_EQ(tlsim_drawer(nullptr, 0), value);
+        return result;
+    };
+    const std::vector<std::function<tllogics::Result()>> day{
+        [&] { return session.registerEventsTL(); },
+        [&] { return session.registerEvents2TL(); },
+        [&] { return session.registerEvents3TL(); },
+        [&] { return session.registerEvents23TL(); },
+        [&] { return session.registerEvents4TL(); },
+        [&] { return session.changeSettingsTL("StatusOkTimeout:20;", 0); },
+        [&] { return session.initTL(PORT, SETTINGS); },
+        [&] { return session.loginTL(1, 1); },
+        [&] { return session.logoutTL(); },
+        [&] { return session.loginStrTL("1", "1"); },
+        [&] {
+            const tllogics::OpenResult result = session.isOpenTL();
+            EXPECT_EQ(1u, result.open);
+            return result;
+        },
+        [&] {
+            const tllogics::InfoResult result = session.infoTL();
+            EXPECT_EQ("2 ABCDEFGHIJKLMNPQRVX 03.12 Tellarion simulator",
+                      std::to_string(result.level) + " " + result.commands + " " + result.master + " " +
+                          result.info);
+            return result;
+        },
+        [&] { return count(session.cashCountTL()); },
+        [&] { return count(session.completeCashCountTL()); },
+        [&] { return session.informTotalAmountTL(7700); },
+        [&] { return payIn(), session.payoutTL(2300, 10000, "T1"); },
+        [&] { return payIn(), session.payout2TL(2300, 10000, "T2"); },
+        [&] { return payIn(), session.amountDueTL(7700, "T3"); },
+        [&] { return payIn(), session.regretTL(1); },
+        [&] { return payIn(), session.changeTL(); },
+        [&] { return session.resetTL(); },
+        [&] { return session.askPayoutTL(300); },
+        [&] {
+            const tllogics::RestResult result = session.askPayout2TL(50);
+            EXPECT_EQ(TL_STATUS_NOT_POSSIBLE, result.status);
+            EXPECT_EQ(50, result.amountRest);
+            return session.askPayout2TL(300);
+        },
+        [&] { return session.disablePayinTL(); },
+        [&] { return session.enablePayinTL(); },
+        [&] {
+            payIn();
+            EXPECT_EQ(TL_STATUS_OK, session.disablePayinTL().status);
+            return session.depositTL("T4");
+        },
+        [&] { return status.waitFor(0, 3, 1), session.dispenseTL(300, "T5"); },
+        [&] {
+            return session.dispenseSpecifiedTL(0, {{100, 2, 0, 0}}, {{2000, 1, 0, 0}}, "T6");
+        },
+        [&] { return status.waitFor(0, 3, 1), session.adminModeTL(1); },
+        [&] { return status.waitFor(0, 3, 3), session.unlockTL(1); },
+        [&] { return session.endReplenishTL("T7"); },
+        [&] { return session.collectToCashFloatTL(1, "T8"); },
+        [&] {
+            EXPECT_TRUE(status.waitFor(0, 3, 3));
+            EXPECT_EQ(0, tlsim_stick(100, 1));
+            const tllogics::RestArraysResult result = session.purgeTL(0, "T9");
+            EXPECT_EQ(TL_STATUS_FAILED_TO_COMPLY, result.status);
+            EXPECT_EQ(Money::yes, result.money);
+            EXPECT_EQ(100u, result.amountRest);
+            EXPECT_EQ(1u, result.coins.size());
+            EXPECT_EQ(100, result.coins.at(0).nDenomination);
+            tlsim_stick(100, 0);
+            status.waitFor(0, 3, 3);
+            return session.purgeTL(0, "T10");
+        },
+        [&] { return session.getErrorInfoTL(); },
+        [&] { return session.getCashLevelInfoTL(); },
+        [&] { return session.getCashSessionInfoTL(); },
+        [&] { return session.getLevelWarningInfoTL(); },
+        [&] { return session.exitTL(); },
+        [&] {
+            Session other; // whose registrations the exit has forgotten
+            return other.registerHwndTL(&other);
+        },
+    };
+    const auto money = moneyOfTable();
+    std::vector<std::string> called;
+    for (const auto& call : day) {
+        if (called.size() + 1 == day.size()) {
+            EXPECT_FALSE(session.close().exit);
+        }
+        const tllogics::Result result = call();
+        EXPECT_EQ(TL_STATUS_OK, result.status) << result.call << ": " << result.text;
+        EXPECT_EQ(0u,
+                  std::string(result.call).rfind("get", 0) == 0 ? result.text.size() : result.text != "Done");
+        const std::string moved = money.at(result.call).at(TL_STATUS_OK);
+        EXPECT_EQ(moved == "yes" ? Money::yes : moved == "no" ? Money::no : Money::unknown, result.money);
+        called.push_back(result.call);
+    }
+    std::vector<std::string> names = exportedNames();
+    std::sort(names.begin(), names.end());
+    std::sort(called.begin(), called.end());
+    EXPECT_EQ(names, called);
+    EXPECT_EQ(1, tlsim_balances());
+}
+
+TEST_F(Cpp, TheMoneyIsThatOfTheTable)
+{
+    for (const auto& [call, statuses] : moneyOfTable()) {
+        bool pays = false;
+        for (const auto& entry : statuses)
+            pays = pays || entry.second != "no";
+        for (int value = -1; value <= 40; ++value) {
+            const auto known = statuses.find(value);
+            const std::string moved = known != statuses.end() ? known->second : pays ? "unknown" : "no";
+            EXPECT_EQ(moved == "yes"  ? Money::yes
+                      : moved == "no" ? Money::no
+                                      : Money::unknown,
+                      tllogics::moneyOf(call, value, "text"))
+                << call << " " << value;
+        }
+        EXPECT_EQ(pays ? Money::unknown : Money::no, tllogics::moneyOf(call, TL_STATUS_ERROR, "")) << call;
+    }
+}
+
+TEST_F(Cpp, ItIsClosedByTheDestructorOrBefore)
+{
+    std::optional<tllogics::Closing> closing;
+    on.onClosed = [&](const tllogics::Closing& result) { closing = result; };
+    {
+        Session session(on);
+        logIn(session);
+    }
+    ASSERT_TRUE(closing && closing->logout && closing->exit);
+    EXPECT_EQ("Done Done", closing->logout->text + " " + closing->exit->text);
+    {
+        Session session(on);
+        EXPECT_EQ("Session: there is one in this process already", refusalOf([] { Session second; }));
+        EXPECT_EQ("Session: there is one in this process already", refusalOfASession());
+        logIn(session);
+        const tllogics::Closing byHand = session.close();
+        EXPECT_EQ(TL_STATUS_OK, byHand.logout->status);
+        EXPECT_EQ(TL_STATUS_OK, byHand.exit->status);
+        EXPECT_FALSE(session.close().exit);
+        EXPECT_EQ("loginTL: the Session is closed", refusalOf([&] { return session.loginTL(1, 1); }));
+        EXPECT_EQ("", refusalOfASession());
+    }
+    // A device that is busy with something else is not logged out, and says so.
+    closing.reset();
+    {
+        Session session(on);
+        logIn(session);
+        EXPECT_EQ(TL_STATUS_OK, session.changeSettingsTL("StatusOkTimeout:1;", 0).status);
+        EXPECT_EQ(200, tlsim_control("fault", R"({"name": "busy"})", nullptr, 0));
+        EXPECT_TRUE(status.waitFor(0, 1, 1));
+    }
+    ASSERT_TRUE(closing && closing->logout && closing->exit);
+    EXPECT_EQ(TL_STATUS_BUSY, closing->logout->status);
+    EXPECT_EQ(TL_STATUS_OK, closing->exit->status);
+}
+
+TEST_F(Cpp, NothingIsCalledInsideAnEventButTheExit)
+{
+    Session* till = nullptr;
+    std::vector<std::string> heard; // the events' thread alone writes it
+    std::atomic<bool> shallEnd{false};
+    std::atomic<bool> hasEnded{false};
+    on.onStatus = [&](int amount, int value, int mode) {
+        status.heard(amount, value, mode);
+        heard.push_back(refusalOf([&] { return till->isOpenTL(); }));
+        if (shallEnd && !hasEnded) {
+            const tllogics::Closing closing = till->close();
+            EXPECT_FALSE(closing.logout);
+            EXPECT_EQ(TL_STATUS_OK, closing.exit->status);
+            hasEnded = true;
+        }
+    };
+    Session session(on);
+    till = &session;
+    logIn(session);
+
+    // What two threads call at once is refused to one of them.
+    std::atomic<bool> isCounted{false};
+    std::thread other([&] {
+        while (!refusalOf([&] { return session.cashCountTL(); }).empty()) {
+        }
+        isCounted = true;
+    });
+    std::string refusal;
+    while (refusal.empty() && !isCounted)
+        refusal = refusalOf([&] { return session.isOpenTL(); });
+    other.join();
+    EXPECT_EQ("isOpenTL: another thread is inside a call", refusal);
+
+    shallEnd = true;
+    EXPECT_EQ(10000, tlsim_insert(10000, 1));
+    for (int i = 0; i < 2000 && !hasEnded; ++i)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    ASSERT_TRUE(hasEnded);
+    EXPECT_FALSE(session.close().exit);
+    ASSERT_FALSE(heard.empty());
+    for (const std::string& why : heard)
+        EXPECT_EQ("isOpenTL: not from inside an event", why);
+}
+
+TEST_F(Cpp, WhatAHandlerThrowsIsTold)
+{
+    std::vector<std::string> thrown;
+    on.onStatus = [this](int amount, int value, int mode) {
+        status.heard(amount, value, mode);
+        throw std::runtime_error("thrown at " + std::to_string(amount));
+    };
+    testing::internal::CaptureStderr();
+    {
+        Session session(on);
+        logIn(session);
+    }
+    EXPECT_NE(std::string::npos, testing::internal::GetCapturedStderr().find("onStatus threw: thrown at 0"));
+    on.onException = [&](const char* event, std::exception_ptr exception) {
+        try {
+            std::rethrow_exception(exception);
+        } catch (const std::runtime_error& error) {
+            thrown.push_back(std::string(event) + " " + error.what());
+        }
+    };
+    {
+        Session session(on);
+        logIn(session);
+        EXPECT_EQ(10000, tlsim_insert(10000, 1));
+        EXPECT_TRUE(status.waitFor(10000, 0, 1));
+        EXPECT_EQ(TL_STATUS_OK, session.amountDueTL(10000, "").status);
+    }
+    EXPECT_NE(thrown.end(), std::find(thrown.begin(), thrown.end(), "onStatus thrown at 10000"));
+}
+
+TEST_F(Cpp, TextsAreBytesOfTheLanguageFile)
+{
+    scratch::write("tllang.ini", "[Lang]\nDone=F\xE4rdig\n"); // in Latin-1
+    Session session(on);
+    EXPECT_EQ(TL_STATUS_OK, session.registerEvents4TL().status);
+    EXPECT_EQ("F\xE4rdig", session.initTL(PORT, "").text);
+}
+
+TEST_F(Cpp, ArraysAreReleased)
+{
+    Session session(on);
+    logIn(session);
+    EXPECT_EQ(TL_STATUS_OK, session.disablePayinTL().status);
+    EXPECT_EQ(
+        TL_STATUS_OK,
+        session.changeSettingsTL("LogCRToCAPI:0;LogCAPIToCR:0;LogComToCAPI:0;LogCAPIToCom:0;LogDebug:0;", 0)
+            .status);
+    const std::vector<CashCountRecord> all(2000, {100000000, 1, 0, 0}); // too much, so nothing is left
+    std::size_t before = 0;
+    constexpr int ROUNDS = 1500;
+    for (int round = 0; round < ROUNDS; ++round) {
+        if (round == 100)
+            before = memoryInUse();
+        const tllogics::RestArraysResult result = session.dispenseSpecifiedTL(0, all, all, "");
+        ASSERT_EQ(TL_STATUS_INPUT_PARAM_ERROR, result.status);
+        ASSERT_EQ(0u, result.coins.size() + result.notes.size());
+    }
+    if (MEMORY_TELLS) {
+        EXPECT_LT(memoryInUse(), before + ROUNDS * 2 * 20);
+    }
+    // Not handed out: what was given still stands.
+    EXPECT_EQ(TL_STATUS_OK, session.exitTL().status);
+    EXPECT_EQ(
+        3u,
+        session.dispenseSpecifiedTL(0, {{100, 3, 0, 0}, {200, 1, 0, 0}}, {{2000, 1, 0, 0}}, "").coins.size() +
+            1);
+}
+
+TEST_F(Cpp, APaymentWithoutMemoryIsNotMadeOrTellsOfIt)
+{
+    Session session(on);
+    logIn(session);
+    EXPECT_EQ(TL_STATUS_OK, session.disablePayinTL().status);
+    bool isEnough = false;
+    int thrown = 0;
+    for (int allowed = 0; !isEnough; ++allowed) {
+        const int before = tlsim_drawer(nullptr, 0);
+        std::optional<Money> money;
+        const std::vector<CashCountRecord> coins{{100, 1, 0, 0}};
+        try {
+            allocationsLeft = allowed;
+            const auto result =
+                session.dispenseSpecifiedTL(0, coins, {}, "an id that is longer than short texts");
+            isEnough = allocationsLeft > 0;
+            allocationsLeft = -1;
+            money = result.money;
+            EXPECT_EQ(result.status == TL_STATUS_OK || result.text.empty(), *money == Money::unknown);
+        } catch (const std::bad_alloc&) {
+            allocationsLeft = -1;
+            ++thrown;
+        }
+        while (tlsim_busy() == 1)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        if (!money || *money == Money::no) {
+            EXPECT_EQ(before, tlsim_drawer(nullptr, 0)) << allowed;
+        } else if (isEnough) {
+            EXPECT_EQ(before - 100, tlsim_drawer(nullptr, 0));
+        }
+    }
+    EXPECT_LT(2, thrown);
+}

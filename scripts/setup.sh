@@ -11,7 +11,7 @@ for purpose; do
         packages+=(g++ cmake ninja-build nlohmann-json3-dev libcli11-dev libfmt-dev libboost-dev)
         ;;&
     linux | tsan | asan | windows) packages+=(googletest binutils python3) ;;&
-    linux) packages+=(chromium chromium-driver lnav rsyslog) ;;
+    linux) packages+=(chromium chromium-driver lnav rsyslog mono-mcs) ;;
     windows | bench) packages+=(g++-mingw-w64-x86-64-posix wine64) ;;
     fuzz) packages+=(clang-14 libclang-rt-14-dev) ;;
     docs) packages+=(doxygen python3) ;;

@@ -262,9 +262,9 @@ int16_t exitTL(char* message);
  * The device opens all the same a moment later: wait for the status event, and log in again. On an open
  * session it waits for the device to be ready, and can answer 0 though the device stays silent.
  *
- * Allowed always but not initiated; leads to pay-in enabled or disabled, as the device says. Returns when
- * the device has said that it is open. At worst: 35 s, with AutoDisable 55 s; 30 s more if it gets busy
- * again.
+ * Allowed always but not initiated; leads to pay-in enabled or disabled, as the device says. An open
+ * session stays in its state, unless the device is in its error status. Returns when the device has said
+ * that it is open. At worst: 35 s, with AutoDisable 55 s; 30 s more if it gets busy again.
  * Kind 1: the device gets the whole login text instead of the numbers.
  * Statuses: 0 1 2 4 5 6 7 13.
  */

@@ -442,3 +442,64 @@ TEST_F(Statuses, TheHeaderSaysTheSame)
     }
     EXPECT_EQ(table.calls, found) << "the order is the header's";
 }
+
+TEST_F(Statuses, ThePictureShowsWhereEachCallLeads)
+{
+    static const Texts states{"not initiated", "closed", "pay-in enabled", "pay-in disabled",
+                              "cash deposited"};
+    using Ends = std::pair<std::string, std::string>;
+    std::map<std::string, std::map<Ends, std::set<std::string>>> seen;
+    const auto observeFrom = [&](const std::string& situation, int from, const Calls& calls,
+                                 const std::function<void()>& arrange) {
+        for (const auto& [name, make] : calls) {
+            virtual_clock::forget();
+            arrange();
+            const bool well = make().front() == '0';
+            virtual_clock::advance(1000);
+            const Ends ends(states.at(from), states.at(g_TLState));
+            if (well && !seen["ready"][ends].contains(name))
+                seen[situation][ends].insert(name);
+        }
+    };
+    const auto initiate = [&] {
+        call(exitTL);
+        registerEvents();
+        return call(initTL, "Type:RS232;Name:COM7;", "");
+    };
+    observeFrom("ready", 0, deviceCalls, [] {});
+    observeFrom("ready", 0, {{"initTL", initiate}}, [] {});
+    for (const bool payinOpens : {true, false}) {
+        for (const int from : {1, 2, 3, 4}) {
+            const auto observeAs = [&](const std::string& name, int status, int mode, int paidIn) {
+                const auto arrange = [&] {
+                    initiate();
+                    openAs(true, false);
+                    const int then = payinOpens ? DEVICE_READY : DEVICE_READY_PAYIN_DISABLED;
+                    device.on("a").says(10, head('a', 0, then));
+                    device.on("e|3").says(10, head('a', 0, then, from == 1 ? MODE_CLOSED : MODE_OPEN));
+                    g_TLState = from;
+                    g_nLastCallbackStatus = status;
+                    g_nLastCallbackMode = mode;
+                    g_nAmountPaidIn = paidIn;
+                };
+                observeFrom(name, from, deviceCalls, arrange);
+                observeFrom(name, from, {CALL(exitTL)}, arrange);
+            };
+            const int rest = from < 3 ? DEVICE_READY : DEVICE_READY_PAYIN_DISABLED;
+            for (const int paidIn : {0, 500})
+                observeAs("ready", rest, from == 1 ? MODE_CLOSED : MODE_OPEN, paidIn);
+            observeAs("administration", rest, MODE_ADMINISTRATION, 0);
+            observeAs("error", DEVICE_ERROR, MODE_OPEN, 500);
+        }
+    }
+    std::string found = "device\tfrom\tto\tcalls\n";
+    for (const char* const name : {"ready", "administration", "error"}) {
+        for (const auto& [ends, calls] : seen[name]) {
+            std::string list;
+            for (const std::string& each : calls)
+                list += (list.empty() ? "" : " ") + each;
+            found += list.empty() ? "" : compose(name, "\t", ends.first, "\t", ends.second, "\t", list, "\n");
+        }
+    }
+    EXPECT_EQ(scratch::source("docs/states.tsv"), found);
+}

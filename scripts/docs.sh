@@ -14,12 +14,18 @@ mapfile -t headers < <(find api/tllogics.h bindings \( -name '*.h' -o -name '*.h
 first=./README.md
 [ ! -e docs/README.md ] || first=./docs/README.md
 version=$(sed -n 's/^#define TLLOGICS_VERSION "\(.*\)"/\1/p' api/tllogics.h)
-{
-    cat docs/Doxyfile
-    echo "PROJECT_NUMBER = $version"
-    echo "USE_MDFILE_AS_MAINPAGE = $first"
-    echo "INPUT = ${headers[*]} ${pages[*]}"
-} | doxygen -
+settings=$(cat docs/Doxyfile && printf '%s\n' "PROJECT_NUMBER = $version" "USE_MDFILE_AS_MAINPAGE = $first")
+# Nothing in C stands without a word. What has none in C++ is as in C.
+undocumented=$(printf '%s\n' "$settings" 'INPUT = api/tllogics.h bindings/c' 'FILE_PATTERNS = *.h' 'GENERATE_HTML = NO' \
+    'GENERATE_XML = YES' 'WARN_AS_ERROR = NO' | doxygen - 2>&1 | grep 'is not documented' || true)
+rm -r build/docs/xml
+if [ -n "$undocumented" ]; then
+    echo "$undocumented" >&2
+    exit 1
+fi
+doxygen - <<<"$settings
+INPUT = ${headers[*]} ${pages[*]}
+EXTRACT_ALL = YES"
 
 # What the pages show and lead to that is no page itself.
 { grep -rhoE --include='*.html' '(href|src)="files/[^"#]*' "$html" || true; } | sed 's|.*="files/||' | sort -u |

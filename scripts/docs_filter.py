@@ -12,6 +12,11 @@ ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 CALL = r"\b[a-z][A-Za-z0-9]*TL\b"
 
 
+def source_of(path):
+    with open(os.path.join(ROOT, path), encoding="utf-8") as file:
+        return file.read()
+
+
 def slug(heading):
     """The name that a heading has for links, as code hosts make it."""
     text = re.sub(r"!?\[([^\]]*)\]\([^)]*\)", r"\1", heading).replace("`", "")
@@ -65,7 +70,7 @@ class Page:
     def code(self, text):
         name = text.removesuffix("()")
         if name in self.functions:
-            return f"@ref {name} \"{name}\""
+            return f"@ref c_{name} \"{name}\""
         return f"``{text}``"  # a single one would end at an apostrophe, too
 
     def spans(self, line):
@@ -110,7 +115,7 @@ class Header:
             if line.startswith("  ") and not item:
                 yield "    " + line
                 continue
-            line = re.sub(CALL, lambda m: f'@ref {m[0]} "{m[0]}"', html.escape(line, quote=False))
+            line = re.sub(CALL, lambda m: f'@ref c_{m[0]} "{m[0]}"', html.escape(line, quote=False))
             yield re.sub(r"^(?:Calls|Texts|Amounts|Statuses|States|Times|Late answers|Version kind|Allowed)\b[.:]?|"
                          r"\b(?:At worst|Kind \d):", r"<b>\g<0></b>", line)
 
@@ -121,7 +126,8 @@ class Header:
             if found and name:
                 codes = " ".join(f"<code>{code}</code>" for code in found[1].split())
                 lines[i] = f"\n<b>Statuses:</b> {codes} - @ref docs_statuses_{name.lower()} \"what each asks of the till\""
-        return "/**\n" + "\n".join(lines) + "\n*/"
+        anchor = f"\n@anchor c_{name}" if name else ""
+        return "/**\n" + "\n".join(lines) + anchor + "\n*/"
 
     def filtered(self, text):
         source = re.split(r"(?m)^(/\*(?!\*).*?\*/[ \t]*\n)", text, flags=re.S | re.M)
@@ -164,16 +170,37 @@ class Header:
                     and not line.startswith("#")
 
 
+def cpp(text):
+    """The C++ header: the first comment is the file's, and the calls of Session are those of the C header."""
+    group, before = False, ""
+    briefs = {name: first for first, declarations in re.findall(
+        r"/\* ((?:(?!\*/).)*?[.])[ \n](?:(?!\*/).)*\*/\n((?:(?:int16_t| ) [^\n]*\n)+)", source_of("api/tllogics.h"), re.S)
+        for name in re.findall(rf"int16_t ({CALL})", declarations)}
+    for number, line in enumerate(text.split("\n")):
+        section = re.match(r"    // ---- (.*) ----$", line)
+        if group and (section or re.match(r"[a-z]+:$|};", line)):
+            yield "    ///@}"
+            group = False
+        if section:
+            yield f"    /// @name {section[1]}\n    ///@{{"
+            group = True
+        elif group and (call := re.match(rf"    [\w<>:]+ ({CALL})\(", line)):
+            brief = "" if "///" in before else re.sub(r"\s*\n \* ", " ", briefs[call[1]])
+            yield f"    /// {brief}\n    ///\n    /// More: @ref c_{call[1]} \"{call[1]} in C\"."
+        yield "/// @file\n" + line if number == 0 and line.startswith("///") else line
+        before = line
+
+
 def main(path):
     path = os.path.relpath(os.path.abspath(path), ROOT)
-    with open(os.path.join(ROOT, path), encoding="utf-8") as file:
-        text = file.read()
+    text = source_of(path)
     if path.endswith(".md"):
-        with open(os.path.join(ROOT, "api/tllogics.h"), encoding="utf-8") as header:
-            functions = set(re.findall(rf"^int16_t ({CALL})\(", header.read(), re.M))
+        functions = set(re.findall(rf"^int16_t ({CALL})\(", source_of("api/tllogics.h"), re.M))
         result = Page(path, functions).filtered(text)
     elif path.endswith(".h"):
         result = Header().filtered(text)
+    elif path.endswith(".hpp"):
+        result = cpp(text)
     else:
         result = [text]
     sys.stdout.write("\n".join(result))

@@ -6,7 +6,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 scripts/setup.sh linux
 cmake --preset linux >/dev/null
-cmake --build --preset linux --target tlsimulate tellarion till
+cmake --build --preset linux --target tlsimulate tellarion till shop_day
 
 # Ten million sales. Other seeds than the tests'; each process keeps of its logs the first lines alone.
 sales()
@@ -18,8 +18,9 @@ sales()
 
 kills()
 {
-    echo "== kills in the middle of sales, a hundred of the machine and a hundred of the till"
+    echo "== kills in the middle of sales, a hundred of the machine and two hundred of tills"
     python3 tests/kills_test.py 100 build/linux/tellarion -- build/linux/till
+    python3 tests/shop_day_test.py 100 build/linux/tellarion -- build/linux/shop_day
 }
 
 failed=0

@@ -10,8 +10,9 @@
 #include <stdatomic.h>
 #include <stdlib.h>
 #include <string.h>
+#include <time.h>
 
-enum { PATIENCE = 1200, TRIES = 300 }; /* tenths of a second */
+enum { PATIENCE = 1200 }; /* tenths of a second, for the customer and for the device */
 enum { READY = 0, BUSY = 1, ERROR = 2, READY_PAYIN_DISABLED = 3, NOT_HEARD = 4 };
 enum { CLOSED = 0, OPEN = 1, ADMINISTRATION = 3 };
 
@@ -65,6 +66,11 @@ static int isNotBusy(void)
 static int isAdministration(void)
 {
     return isReady() && deviceMode == ADMINISTRATION;
+}
+
+static int isOpen(void)
+{
+    return isReady() && deviceMode == OPEN;
 }
 
 static int isPaidOrGone(void)
@@ -132,8 +138,7 @@ static int note(const char* word, int number, int64_t amount, int64_t held)
     return 1;
 }
 
-/* A line that was cut by a power cut never began anything. It is ended here, and passed over by all readers.
- */
+/* A line that a power cut has cut began nothing. It is marked here, and passed over from then on. */
 static int openJournal(const char* path)
 {
     char line[128], end = '\n';
@@ -162,7 +167,7 @@ static int openJournal(const char* path)
 /* Brings the device to rest, logged in, with pay-in closed, whatever it was at, and hears what is paid in. */
 static int makeReady(void)
 {
-    for (int tries = 0; tries < TRIES; ++tries, waitATenth()) {
+    for (const time_t end = time(NULL) + PATIENCE / 10; time(NULL) < end; waitATenth()) {
         waitUntil(isNotBusy, PATIENCE);
         if (deviceStatus == ERROR) {
             done("resetTL", resetTL(message));
@@ -226,8 +231,8 @@ static int giveBack(void)
 }
 
 /* Ends the sale or the collection that the journal has open, at once or after a restart. What any call
- * answered doesn't count: the device holds what it kept of the sale, besides what it held before and what is
- * paid in. */
+ * answered doesn't count: what the device holds now, besides what it held before and what is still paid in,
+ * it has kept. A payment that was made kept what is due, and more if not all of the change came out. */
 static int endWhatIsOpen(void)
 {
     if (!strcmp(last.word, "end"))
@@ -237,7 +242,7 @@ static int endWhatIsOpen(void)
     if (!makeReady() || (held = countDevice()) < 0)
         return 0;
     const int64_t before = last.held;
-    const int64_t sold = isSale && held - before - paidIn > 0 ? last.amount : 0;
+    const int64_t sold = isSale && held - before - paidIn >= last.amount ? last.amount : 0;
     if (paidIn > 0 && (!giveBack() || (held = countDevice()) < 0))
         return 0;
     if (!note("end", last.number, sold, held))
@@ -268,7 +273,7 @@ static int sell(int32_t amount)
 {
     char id[32];
     int32_t rest = 0;
-    if (cashier == 0 || !begin("sale", amount))
+    if (amount < 1 || cashier == 0 || !begin("sale", amount))
         return 0;
     due = amount;
     snprintf(id, sizeof id, "sale %d", last.number);
@@ -320,8 +325,9 @@ static int collect(void)
              collectToCashFloatTL(1, &coins, &nCoins, &notes, &nNotes, &rest, "evening", message));
         tlFreeArray(coins);
         tlFreeArray(notes);
-        makeReady(); /* the call may have returned while it was still at it */
+        makeReady(); /* the call may have returned while the device was still at it */
         done("adminModeTL", adminModeTL(2, message));
+        waitUntil(isOpen, 50);
     }
     return endWhatIsOpen();
 }

@@ -11,7 +11,7 @@ import re
 import sys
 
 LANGUAGES = {".c": "c", ".h": "c", ".cpp": "cpp", ".hpp": "cpp", ".cs": "csharp", ".py": "python", ".sh": "sh"}
-QUOTATION = re.compile(r"^<!-- from ([^:\n]+?)(?:: (.+))? -->\n(?:```.*?^```\n)?", re.M | re.S)
+QUOTATION = re.compile(r"^<!-- from ([^:\n]+?)(?:: (.+))? -->\n(?:```[\s\S]*?^```\n)?", re.M)
 HEADING = re.compile(r"^\W{1,2} ---- (.+) ----\W*$", re.M)
 
 

@@ -128,9 +128,4 @@ TEST(Samples, TheSettingsFileHoldsEveryDefault)
     }
 }
 
-TEST(Samples, TheReadmeShowsTheFirstSaleAsItStands)
-{
-    EXPECT_NE(std::string::npos, scratch::source("README.md").find(scratch::source("examples/first_sale.c")));
-}
-
 } // namespace

@@ -1,6 +1,6 @@
 // One simulated device that stands by itself: the model with a clock, a thread and the one link to a till.
-// What people and programs do with it goes in and comes out as JSON; the README tells the verbs. Everything
-// here may be called from any thread, but for sinks, which see below.
+// What people and programs do with it goes in and comes out as JSON; docs/simulator.md tells the verbs.
+// Everything here may be called from any thread, but for sinks, which see below.
 #pragma once
 
 #include "simulator/control.h"

@@ -22,8 +22,8 @@
 extern "C" {
 #endif
 
-/* Sets up the devices of all later openings from a JSON text; the README tells the keys, and what is left
- * out has its default. Null goes back to the start: the file that the environment variable TLSIM_CONFIG
+/* Sets up the devices of all later openings from a JSON text; docs/simulator.md tells the keys, and what is
+ * left out has its default. Null goes back to the start: the file that the environment variable TLSIM_CONFIG
  * names, or the defaults. 0, or 1 if the text is refused, which then changes nothing; tlsim_last_error
  * tells why. */
 int tlsim_configure(const char* json);
@@ -67,9 +67,9 @@ int tlsim_stick(int32_t denomination, int32_t count);
 int tlsim_inject(const char* message);
 
 /* Everything else that can be done at the device. verb: "state", "insert", "take", "fault", "repair",
- * "power", "set", "refill", "stick" or "reset"; json: its arguments, as the README tells them, null for none.
- * The answer is 200 done, 400 wrong, 404 no such verb, 409 refused, 503 no device; "text" gets a JSON object
- * that tells more, or in "why" the reason. */
+ * "power", "set", "refill", "stick" or "reset"; json: its arguments, as docs/simulator.md tells them, null
+ * for none. The answer is 200 done, 400 wrong, 404 no such verb, 409 refused, 503 no device; "text" gets a
+ * JSON object that tells more, or in "why" the reason. */
 int tlsim_control(const char* verb, const char* json, char* text, int size);
 
 #ifdef __cplusplus

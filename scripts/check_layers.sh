@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Holds the source against scripts/rooms.txt: every include points to where its room may look, and only files
-# named for one system know the operating system. README's table and its picture must be those that the list
+# named for one system know the operating system. The table in docs/source.md and its picture must be those that the list
 # makes.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Makes README's table of the rooms and docs/rooms.svg from scripts/rooms.txt; with --check only tells whether
+# Makes the table of the rooms in docs/source.md and docs/rooms.svg from scripts/rooms.txt; with --check only tells whether
 # they are what the list makes, and fails if not. Rooms that aren't there (yet) are left out.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -168,26 +168,26 @@ END {
 }' "$LIST"
 }
 
-# README with the table between its two marks.
-readme()
+# The page with the table between its two marks.
+page()
 {
     TABLE=$1 awk -v begin="$BEGIN" -v end="$END" '
 $0 == begin { print; print ""; print ENVIRON["TABLE"]; print ""; skipping = 1 }
 $0 == end { skipping = 0 }
-!skipping { print }' README.md
+!skipping { print }' docs/source.md
 }
 
-if ! grep -qxF -- "$BEGIN" README.md || ! grep -qxF -- "$END" README.md; then
-    echo "README.md has lost the marks of the table of rooms" >&2
+if ! grep -qxF -- "$BEGIN" docs/source.md || ! grep -qxF -- "$END" docs/source.md; then
+    echo "docs/source.md has lost the marks of the table of rooms" >&2
     exit 1
 fi
 if [ "${1-}" = --check ]; then
-    if [ "$(readme "$(table)")" != "$(cat README.md)" ] || [ "$(picture)" != "$(cat docs/rooms.svg)" ]; then
-        echo "README.md or docs/rooms.svg isn't what $LIST makes: run scripts/draw_rooms.sh"
+    if [ "$(page "$(table)")" != "$(cat docs/source.md)" ] || [ "$(picture)" != "$(cat docs/rooms.svg)" ]; then
+        echo "docs/source.md or docs/rooms.svg isn't what $LIST makes: run scripts/draw_rooms.sh"
         exit 1
     fi
 else
-    made=$(readme "$(table)")
-    printf '%s\n' "$made" >README.md
+    made=$(page "$(table)")
+    printf '%s\n' "$made" >docs/source.md
     picture >docs/rooms.svg
 fi

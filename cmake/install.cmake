@@ -45,8 +45,10 @@ install(FILES ${PROJECT_BINARY_DIR}/package/tllogics.pc DESTINATION ${pkgconfig_
         COMPONENT development)
 
 if(NOT TLLOGICS_SANITIZE)
-    install(TARGETS Ostrivane RUNTIME DESTINATION ${simulator_directory} LIBRARY DESTINATION ${simulator_directory}
-            ARCHIVE EXCLUDE_FROM_ALL COMPONENT tools)
+    install(TARGETS Ostrivane
+            RUNTIME DESTINATION ${simulator_directory} COMPONENT tools
+            LIBRARY DESTINATION ${simulator_directory} COMPONENT tools
+            ARCHIVE COMPONENT unused EXCLUDE_FROM_ALL)
     install(TARGETS till tellarion DESTINATION ${simulator_programs} COMPONENT tools)
     install(TARGETS tllog DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
     # Two of them need nothing of ours; the till finds the libraries in the build as well as installed.

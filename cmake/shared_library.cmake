@@ -49,8 +49,10 @@ function(tl_shared_library name list description)
     endif()
     if(PROJECT_IS_TOP_LEVEL AND NOT TLLOGICS_SANITIZE)
         set(library $<TARGET_FILE:${name}>)
+        # Into a DLL it writes a time.
+        set(objcopy ${CMAKE_COMMAND} -E env SOURCE_DATE_EPOCH=0 ${CMAKE_OBJCOPY})
         add_custom_command(TARGET ${name} POST_BUILD VERBATIM
-            COMMAND ${CMAKE_OBJCOPY} --only-keep-debug ${library} ${library}.debug
-            COMMAND ${CMAKE_OBJCOPY} --strip-all --add-gnu-debuglink=${library}.debug ${library})
+            COMMAND ${objcopy} --only-keep-debug ${library} ${library}.debug
+            COMMAND ${objcopy} --strip-all --add-gnu-debuglink=${library}.debug ${library})
     endif()
 endfunction()

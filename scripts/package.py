@@ -62,12 +62,13 @@ VERSION, DATE = read_version()
 
 # ---- What goes into packages: trees of files, as bytes by path ----
 
-def installed(build, *components, strip=True):
-    """What "cmake --install" puts into a prefix: contents by path; a link's is a str, a program's path is in PROGRAMS."""
+def installed(build, *components):
+    """What "cmake --install" puts into a prefix: contents by path, that of a link as str. Into a DLL strip writes
+    a time."""
     with tempfile.TemporaryDirectory() as directory:
         for component in components:
             run("cmake", "--install", build, "--prefix", directory, "--component", component,
-                *(["--strip"] if strip else []), env={**os.environ, "DESTDIR": ""})
+                "--strip", env={**os.environ, "DESTDIR": "", "SOURCE_DATE_EPOCH": "0"})
         return tree(pathlib.Path(directory))
 
 

@@ -7,16 +7,17 @@ set -euo pipefail
 packages=()
 for purpose; do
     case $purpose in
-    demo | bench | linux | tsan | asan | windows | fuzz)
+    demo | bench | linux | tsan | asan | windows | packages | fuzz)
         packages+=(g++ cmake ninja-build nlohmann-json3-dev libcli11-dev libfmt-dev libboost-dev)
         ;;&
-    linux | tsan | asan | windows) packages+=(googletest binutils python3) ;;&
+    linux | tsan | asan | windows | packages) packages+=(googletest binutils python3) ;;&
     linux) packages+=(chromium chromium-driver lnav rsyslog mono-mcs) ;;
-    windows | bench) packages+=(g++-mingw-w64-x86-64-posix wine64) ;;
+    windows | bench | packages) packages+=(g++-mingw-w64-x86-64-posix wine64) ;;&
+    packages) packages+=(dpkg-dev lld-14 llvm-14 mono-mcs pkg-config python3-venv) ;;
     fuzz) packages+=(clang-14 libclang-rt-14-dev) ;;
     docs) packages+=(doxygen python3) ;;
     format) packages+=(clang-format-14) ;;
-    demo | linux | tsan | asan | layers) ;;
+    demo | linux | tsan | asan | windows | bench | layers) ;;
     *)
         echo "setup.sh: unknown purpose \"$purpose\"" >&2
         exit 2

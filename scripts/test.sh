@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# test.sh <stage>...: installs what is missing and runs the stages: format, layers, docs, or the name of a
-# preset whose tests are built and run. All of them run even if one fails; the summary comes last.
+# test.sh <stage>...: installs what is missing and runs the stages: format, layers, docs,
+# packages, or the name of a preset whose tests are built and run. All of them run even if one fails; the
+# summary comes last.
 set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
 
@@ -33,6 +34,22 @@ run_preset()
     stage_passed=$(($(attribute tests) - stage_failed))
 }
 
+# What both systems' builds make, packed and used.
+run_packages()
+{
+    local log=build/packages.log
+    for system in linux windows; do
+        cmake --preset $system >"$log" 2>&1 || { cat "$log"; return 1; }
+        cmake --build --preset $system -j "$jobs" --target all || return 1
+    done
+    scripts/package.py --dist build/dist || return 1
+    python3 tests/packages_test.py build/dist build/linux build/windows | tee "$log"
+    local outcome=$?
+    stage_passed=$(grep -cE '^packages\..* passed$' "$log")
+    stage_failed=$(grep -cE '^packages\..* failed$' "$log")
+    [ $outcome -eq 0 ] || [ "$stage_failed" -gt 0 ] || stage_failed=1
+}
+
 jobs=$(nproc)
 for stage; do
     echo "== $stage"
@@ -41,10 +58,11 @@ for stage; do
     format) scripts/format.sh --check && stage_passed=1 ;;
     layers) scripts/check_layers.sh && stage_passed=1 ;;
     docs) scripts/docs.sh && stage_passed=1 ;;
+    packages) run_packages ;;
     *) run_preset "$stage" ;;
     esac
     [ $((stage_passed + stage_failed)) -gt 0 ] || stage_failed=1
-    [ "$stage" != windows ] || scripts/wine.sh --stop
+    case $stage in windows | packages) scripts/wine.sh --stop ;; esac
     record "$stage" $((SECONDS - start)) "$stage_passed" "$stage_failed"
 done
 

@@ -18,7 +18,8 @@ First ask what became of the money: by call and status, not by the status alone.
 | unknown | @unknown@; 2 with an empty message from any of these calls | It may have been done. Never send it again, whatever the transaction id. Wait until the device is ready, with `resetTL` if it is in its error status; count; compare with the count before; settle the difference by hand. |
 
 The library never sends a payment twice by itself, and the device pays again what it is sent again. A till that books
-only what a count before and after proves is right in all three cases, as [the first sale](../examples/first_sale.c) is.
+only what a count before and after proves is right in all three cases, as [the first sale](../examples/first_sale.c) is;
+[the guide](guide.md) and [the hazards](hazards.md) tell more.
 
 | Status | `TL_STATUS_` | In most calls | What next |
 |---|---|---|---|
@@ -48,7 +49,7 @@ With `AutoDisable` 1 a login leads to "pay-in disabled".
 ## Call by call
 
 From [statuses.tsv](statuses.tsv), by `scripts/statuses.sh`; programs take the table itself. The messages are the
-English texts, by which the [language file](language.md) finds its own.
+English texts, by which the [language file](language.md) finds its own; [troubleshooting](troubleshooting.md) is by them.
 
 Left out of the tables are two answers of every call that takes `message`: 4 if `message` is null, which only the log
 tells, and, where 2 is possible, 2 with an empty message if the memory ran out. `initTL` may also answer a code of the

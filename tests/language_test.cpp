@@ -70,8 +70,11 @@ TEST(IniFile, TheFirstDelimiterOfALineDecides)
     EXPECT_EQ(-1, file.FindSection("after"));
 }
 
-TEST(LanguageKeys, AreAllUsedAndAllInTheSamples)
+TEST(LanguageKeys, AreAllUsedInAllSamplesAndExplained)
 {
+    const std::string help = scratch::source("docs/troubleshooting.md");
+    for (const std::string_view key : FIXED_KEYS)
+        EXPECT_NE(std::string::npos, help.find(compose('`', key, '`'))) << key;
     std::string code;
     for (const char* const room : {"api", "device", "logic", "events"}) {
         for (const auto& entry : fs::directory_iterator(ROOT / room))

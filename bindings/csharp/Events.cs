@@ -56,25 +56,9 @@ namespace Tllogics
     /// <summary>The way of an event from the device's library to the application.</summary>
     internal sealed class Events
     {
-        private delegate void NativeStatus(int amountOrRest, ushort nStatus, ushort nMode);
-        private delegate void NativeError(int errorCode, IntPtr errorText, IntPtr extInfo);
-        private delegate void NativeCashLevel(int denomination, ushort numberOf, IntPtr extInfo);
-        private delegate void NativeLevelWarning(ushort warningType, int denomination, ushort numberOf,
-                                                 IntPtr typeString, IntPtr denominationString,
-                                                 IntPtr warningMessage, IntPtr extInfo);
-        private delegate void NativeInformation(IntPtr message);
-        private delegate void NativeCashSession(ushort infoType, int amount, IntPtr extInfo);
-
         // What native code calls lives as long as the process: it must outlast exitTL, and the event in which exitTL
         // was called.
-        private static readonly NativeStatus status = OnStatus;
-        private static readonly NativeError error = OnError;
-        private static readonly NativeCashLevel cashLevel = OnCashLevel;
-        private static readonly NativeLevelWarning levelWarning = OnLevelWarning;
-        private static readonly NativeInformation information = OnInformation;
-        private static readonly NativeCashSession cashSession = OnCashSession;
-
-        private static volatile Events current;
+        private static readonly Callbacks callbacks = new Callbacks();
         [ThreadStatic] private static int depth;
 
         private readonly SynchronizationContext context;
@@ -99,7 +83,13 @@ namespace Tllogics
         /// <summary>Where events go from now on; null ends that.</summary>
         internal static Events Current
         {
-            set { current = value; }
+            set { callbacks.Current = value; }
+        }
+
+        /// <summary>Returns when no event is under way.</summary>
+        internal static void Await()
+        {
+            callbacks.Await();
         }
 
         internal event Action<Exception> HandlerThrew;
@@ -117,119 +107,37 @@ namespace Tllogics
 
         internal static IntPtr Pointer(TLStatusEvent handler)
         {
-            return PointerIf(handler, status);
+            return PointerIf(handler, callbacks.Status);
         }
 
         internal static IntPtr Pointer(TLErrorEvent handler)
         {
-            return PointerIf(handler, error);
+            return PointerIf(handler, callbacks.Error);
         }
 
         internal static IntPtr Pointer(TLCashLevelEvent handler)
         {
-            return PointerIf(handler, cashLevel);
+            return PointerIf(handler, callbacks.CashLevel);
         }
 
         internal static IntPtr Pointer(TLLevelWarningEvent handler)
         {
-            return PointerIf(handler, levelWarning);
+            return PointerIf(handler, callbacks.LevelWarning);
         }
 
         internal static IntPtr Pointer(TLInformationEvent handler)
         {
-            return PointerIf(handler, information);
+            return PointerIf(handler, callbacks.Information);
         }
 
         internal static IntPtr Pointer(TLCashSessionEvent handler)
         {
-            return PointerIf(handler, cashSession);
+            return PointerIf(handler, callbacks.CashSession);
         }
 
         private static IntPtr PointerIf(Delegate handler, Delegate native)
         {
             return handler == null ? IntPtr.Zero : Marshal.GetFunctionPointerForDelegate(native);
-        }
-
-        private static void OnStatus(int amountOrRest, ushort nStatus, ushort nMode)
-        {
-            Raise((events, to) => () => to.Status?.Invoke(amountOrRest, nStatus, nMode));
-        }
-
-        private static void OnError(int errorCode, IntPtr errorText, IntPtr extInfo)
-        {
-            Raise((events, to) =>
-            {
-                string text = events.Text(errorText), info = events.Text(extInfo);
-                return () => to.Error?.Invoke(errorCode, text, info);
-            });
-        }
-
-        private static void OnCashLevel(int denomination, ushort numberOf, IntPtr extInfo)
-        {
-            Raise((events, to) =>
-            {
-                string info = events.Text(extInfo);
-                return () => to.CashLevel?.Invoke(denomination, numberOf, info);
-            });
-        }
-
-        private static void OnLevelWarning(ushort warningType, int denomination, ushort numberOf, IntPtr typeString,
-                                           IntPtr denominationString, IntPtr warningMessage, IntPtr extInfo)
-        {
-            Raise((events, to) =>
-            {
-                string type = events.Text(typeString), name = events.Text(denominationString);
-                string message = events.Text(warningMessage), info = events.Text(extInfo);
-                return () => to.LevelWarning?.Invoke(warningType, denomination, numberOf, type, name, message, info);
-            });
-        }
-
-        private static void OnInformation(IntPtr message)
-        {
-            Raise((events, to) =>
-            {
-                string text = events.Text(message);
-                return () => to.Information?.Invoke(text);
-            });
-        }
-
-        private static void OnCashSession(ushort infoType, int amount, IntPtr extInfo)
-        {
-            Raise((events, to) =>
-            {
-                string info = events.Text(extInfo);
-                return () => to.CashSession?.Invoke(infoType, amount, info);
-            });
-        }
-
-        /// <summary>"prepare" copies what native code lends, and makes the call of the handler.</summary>
-        private static void Raise(Func<Events, Handlers, Action> prepare)
-        {
-            Events events = current;
-            if (events == null)
-                return;
-            ++depth;
-            try
-            {
-                Action call = prepare(events, events.handlers);
-                if (events.context == null)
-                {
-                    call();
-                }
-                else
-                {
-                    events.posted.Enqueue(call);
-                    events.context.Post(unused => events.Deliver(), null);
-                }
-            }
-            catch (Exception exception)
-            {
-                events.Report(exception);
-            }
-            finally
-            {
-                --depth;
-            }
         }
 
         /// <summary>In the order of the events and never two at once, whatever threads the context has; a handler that
@@ -276,6 +184,137 @@ namespace Tllogics
             var bytes = new byte[size];
             Marshal.Copy(text, bytes, 0, size);
             return encoding.GetString(bytes);
+        }
+
+        /// <summary>What native code calls.</summary>
+        private sealed class Callbacks
+        {
+            internal readonly NativeStatus Status;
+            internal readonly NativeError Error;
+            internal readonly NativeCashLevel CashLevel;
+            internal readonly NativeLevelWarning LevelWarning;
+            internal readonly NativeInformation Information;
+            internal readonly NativeCashSession CashSession;
+            internal volatile Events Current;
+
+            private readonly object gate = new object();
+            private int underWay;
+
+            internal Callbacks()
+            {
+                Status = OnStatus;
+                Error = OnError;
+                CashLevel = OnCashLevel;
+                LevelWarning = OnLevelWarning;
+                Information = OnInformation;
+                CashSession = OnCashSession;
+            }
+
+            internal delegate void NativeStatus(int amountOrRest, ushort nStatus, ushort nMode);
+            internal delegate void NativeError(int errorCode, IntPtr errorText, IntPtr extInfo);
+            internal delegate void NativeCashLevel(int denomination, ushort numberOf, IntPtr extInfo);
+            internal delegate void NativeLevelWarning(ushort warningType, int denomination, ushort numberOf,
+                                                      IntPtr typeString, IntPtr denominationString,
+                                                      IntPtr warningMessage, IntPtr extInfo);
+            internal delegate void NativeInformation(IntPtr message);
+            internal delegate void NativeCashSession(ushort infoType, int amount, IntPtr extInfo);
+
+            internal void Await()
+            {
+                lock (gate)
+                    while (underWay > 0)
+                        Monitor.Wait(gate);
+            }
+
+            private void OnStatus(int amountOrRest, ushort nStatus, ushort nMode)
+            {
+                Raise((events, to) => () => to.Status?.Invoke(amountOrRest, nStatus, nMode));
+            }
+
+            private void OnError(int errorCode, IntPtr errorText, IntPtr extInfo)
+            {
+                Raise((events, to) =>
+                {
+                    string text = events.Text(errorText), info = events.Text(extInfo);
+                    return () => to.Error?.Invoke(errorCode, text, info);
+                });
+            }
+
+            private void OnCashLevel(int denomination, ushort numberOf, IntPtr extInfo)
+            {
+                Raise((events, to) =>
+                {
+                    string info = events.Text(extInfo);
+                    return () => to.CashLevel?.Invoke(denomination, numberOf, info);
+                });
+            }
+
+            private void OnLevelWarning(ushort warningType, int denomination, ushort numberOf, IntPtr typeString,
+                                               IntPtr denominationString, IntPtr warningMessage, IntPtr extInfo)
+            {
+                Raise((events, to) =>
+                {
+                    string type = events.Text(typeString), name = events.Text(denominationString);
+                    string message = events.Text(warningMessage), info = events.Text(extInfo);
+                    return () => to.LevelWarning?.Invoke(warningType, denomination, numberOf, type, name, message,
+                                                         info);
+                });
+            }
+
+            private void OnInformation(IntPtr message)
+            {
+                Raise((events, to) =>
+                {
+                    string text = events.Text(message);
+                    return () => to.Information?.Invoke(text);
+                });
+            }
+
+            private void OnCashSession(ushort infoType, int amount, IntPtr extInfo)
+            {
+                Raise((events, to) =>
+                {
+                    string info = events.Text(extInfo);
+                    return () => to.CashSession?.Invoke(infoType, amount, info);
+                });
+            }
+
+            /// <summary>"prepare" copies what native code lends, and makes the call of the handler.</summary>
+            private void Raise(Func<Events, Handlers, Action> prepare)
+            {
+                Events events = Current;
+                if (events == null)
+                    return;
+                lock (gate)
+                    ++underWay;
+                ++depth;
+                try
+                {
+                    Action call = prepare(events, events.handlers);
+                    if (events.context == null)
+                    {
+                        call();
+                    }
+                    else
+                    {
+                        events.posted.Enqueue(call);
+                        events.context.Post(unused => events.Deliver(), null);
+                    }
+                }
+                catch (Exception exception)
+                {
+                    events.Report(exception);
+                }
+                finally
+                {
+                    --depth;
+                    lock (gate)
+                    {
+                        --underWay;
+                        Monitor.PulseAll(gate);
+                    }
+                }
+            }
         }
     }
 }

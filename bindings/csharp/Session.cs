@@ -34,7 +34,7 @@ namespace Tllogics
         public Session(SynchronizationContext eventContext = null, Encoding encoding = null, string libraryPath = null)
         {
             this.encoding = (Encoding)(encoding ?? Encoding.UTF8).Clone();
-            this.encoding.DecoderFallback = DecoderFallback.ReplacementFallback;
+            this.encoding.DecoderFallback = new DecoderReplacementFallback("\ufffd");
             this.encoding.EncoderFallback = EncoderFallback.ExceptionFallback;
             if (this.encoding.GetByteCount("A") != 1)
                 throw new ArgumentException("Texts of the library are ended by one byte.", nameof(encoding));
@@ -43,6 +43,7 @@ namespace Tllogics
             if (Interlocked.CompareExchange(ref live, this, null) != null)
                 throw new InvalidOperationException("Another session is not closed yet, and a process has one.");
             Events.Current = events;
+            AppDomain.CurrentDomain.ProcessExit += Leave;
         }
 
         /// <summary>A handler threw, on the thread it ran on. Nothing of it reaches the library.</summary>
@@ -70,15 +71,18 @@ namespace Tllogics
                 {
                     Result logout = loggedIn ? Run("logoutTL", (Library.OneResult f, byte[] m) => f(m)) : null;
                     Result exit = initiated ? Exit() : null;
-                    closing = Array.FindAll(new[] { logout, exit }, result => result != null);
+                    // An event in which exitTL was called may still be under way.
+                    Events.Await();
                     Events.Current = null;
+                    closing = Array.FindAll(new[] { logout, exit }, result => result != null);
+                    AppDomain.CurrentDomain.ProcessExit -= Leave;
                     Interlocked.CompareExchange(ref live, null, this);
                 }
                 return (Result[])closing.Clone();
             }
         }
 
-        /// <summary>Close(), whose results can be had by calling it again.</summary>
+        /// <summary><see cref="Close"/>, whose results are there for a further call of it.</summary>
         public void Dispose()
         {
             Close();
@@ -496,6 +500,16 @@ namespace Tllogics
                 events.Handlers = new Handlers();
                 break;
             }
+        }
+
+        /// <summary>A process that ends with the link open can hang: the run-time stops the thread that an event comes
+        /// on, and the device's library waits for it.</summary>
+        private void Leave(object sender, EventArgs arguments)
+        {
+            if (!initiated || !Monitor.TryEnter(turn, 1000))
+                return;
+            Exit();
+            Monitor.Exit(turn);
         }
 
         private Result Exit()

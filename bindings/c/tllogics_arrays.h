@@ -3,7 +3,7 @@
  *
  * They come from the heap of the C run-time that the library uses. On Linux a process has one. On Windows
  * that of tllogics.dll is msvcrt.dll, whatever the application was built with, and a free() of any other
- * run-time ends the process: so it is msvcrt.dll that is asked.
+ * run-time may end the process: so it is msvcrt.dll that is asked.
  */
 #ifndef TLLOGICS_ARRAYS_H
 #define TLLOGICS_ARRAYS_H

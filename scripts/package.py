@@ -358,7 +358,7 @@ def write_wheel(dist, tag, name, library, parts):
     readme = text("bindings/python/README.md").decode()
     files[info + "METADATA"] = (
         f"Metadata-Version: 2.1\nName: tllogics\nVersion: {VERSION}\nSummary: {SUMMARY}\nAuthor: {AUTHORS}\n"
-        "License: none has been chosen by the owner\nRequires-Python: >=3.8\n"
+        "License: none has been chosen by the owner\nRequires-Python: >=3.7\n"
         f"Description-Content-Type: text/markdown\n\n{readme}").encode()
     files[info + "WHEEL"] = (f"Wheel-Version: 1.0\nGenerator: tllogics ({VERSION})\nRoot-Is-Purelib: false\n"
                              f"Tag: py3-none-{tag}\n").encode()

@@ -29,28 +29,6 @@ static void onStatus(int32_t amount, uint16_t status, uint16_t mode)
     deviceStatus = status;
 }
 
-static void onError(int32_t code, const char* text, const char* info)
-{
-    printf("  error %d: %s (%s)\n", (int)code, text, info);
-}
-
-static void onWarning(uint16_t type, int32_t denomination, uint16_t left, const char* word, const char* name,
-                      const char* text, const char* info)
-{
-    (void)type, (void)denomination, (void)left, (void)word, (void)name, (void)info;
-    printf("  level: %s\n", text);
-}
-
-static void onInformation(const char* text)
-{
-    printf("  the device says: %s\n", text);
-}
-
-static void onSession(uint16_t type, int32_t amount, const char* info)
-{
-    (void)type, (void)amount, (void)info;
-}
-
 static int32_t due; /* of the sale at work */
 
 static int isReady(void)
@@ -77,6 +55,32 @@ static int isPaidOrGone(void)
 {
     return (deviceStatus == READY && paidIn >= due) || deviceStatus == ERROR || deviceMode == CLOSED;
 }
+
+/* ---- What else it says ---- */
+
+static void onError(int32_t code, const char* text, const char* info)
+{
+    printf("  error %d: %s (%s)\n", (int)code, text, info);
+}
+
+static void onWarning(uint16_t type, int32_t denomination, uint16_t left, const char* word, const char* name,
+                      const char* text, const char* info)
+{
+    (void)type, (void)denomination, (void)left, (void)word, (void)name, (void)info;
+    printf("  level: %s\n", text);
+}
+
+static void onInformation(const char* text)
+{
+    printf("  the device says: %s\n", text);
+}
+
+static void onSession(uint16_t type, int32_t amount, const char* info)
+{
+    (void)type, (void)amount, (void)info;
+}
+
+/* ---- Calls ---- */
 
 static int waitUntil(int (*isTrue)(void), int tenths)
 {
@@ -113,6 +117,8 @@ static struct Entry last = {"end", 0, 0, -1}; /* sale, collect or end; "held" of
 static int cashier;                           /* 0: nobody's shift */
 static int64_t takings;                       /* of the shift */
 
+/* ---- What the journal says ---- */
+
 static void apply(const struct Entry* entry)
 {
     last.held = entry->held;
@@ -125,17 +131,6 @@ static void apply(const struct Entry* entry)
         last = *entry;
         takings += !strcmp(entry->word, "end") ? entry->amount : 0;
     }
-}
-
-static int note(const char* word, int number, int64_t amount, int64_t held)
-{
-    struct Entry entry = {"", number, (int32_t)amount, held};
-    snprintf(entry.word, sizeof entry.word, "%s", word);
-    if (fprintf(journal, "%s %d %d %lld\n", word, number, (int)entry.amount, (long long)held) < 0 ||
-        !writeThrough(journal))
-        return printf("The journal can't be written: nothing is begun.\n"), 0;
-    apply(&entry);
-    return 1;
 }
 
 /* A line that a power cut has cut began nothing. It is marked here, and passed over from then on. */
@@ -160,6 +155,19 @@ static int openJournal(const char* path)
     }
     fseek(journal, 0, SEEK_END);
     return end == '\n' || fputs(" cut\n", journal) >= 0;
+}
+
+/* ---- A line of the journal ---- */
+
+static int note(const char* word, int number, int64_t amount, int64_t held)
+{
+    struct Entry entry = {"", number, (int32_t)amount, held};
+    snprintf(entry.word, sizeof entry.word, "%s", word);
+    if (fprintf(journal, "%s %d %d %lld\n", word, number, (int)entry.amount, (long long)held) < 0 ||
+        !writeThrough(journal))
+        return printf("The journal can't be written: nothing is begun.\n"), 0;
+    apply(&entry);
+    return 1;
 }
 
 /* ---- Getting ready ---- */
@@ -189,6 +197,8 @@ static int makeReady(void)
     }
     return printf("The device is not ready: look at it, and start again.\n"), 0;
 }
+
+/* ---- The count ---- */
 
 static int64_t valueOf(const CashCountRecord* records, int32_t count)
 {

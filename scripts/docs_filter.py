@@ -59,10 +59,11 @@ class Page:
             return f"[{label}]({target})"
         path, _, anchor = target.partition("#")
         path = os.path.normpath(os.path.join(os.path.dirname(self.path), path)) if path else self.path
+        plain = label.replace("`", "")
         if path.endswith(".md"):
-            return f"[{label}](@ref {page_of(path)}{'_' + anchor if anchor else ''})"
+            return f"[{plain}](@ref {page_of(path)}{'_' + anchor if anchor else ''})"
         if path.endswith((".h", ".hpp")) and path.startswith(("api/", "bindings/")):
-            return f"[{label}](@ref {os.path.basename(path)})"
+            return f"[{plain}](@ref {os.path.basename(path)})"
         if os.path.isdir(os.path.join(ROOT, path)):
             return label
         return f'<a href="files/{path}">{label}</a>'
@@ -92,7 +93,8 @@ class Page:
             elif number in named:
                 level, title, name = named[number]
                 page = page_of(self.path)
-                yield f"{level} {title.replace('`', '')} {{#{page + '_' + name if first else page}}}"
+                title = title.replace("`", "").replace("#", "\\#")
+                yield f"{level} {title} {{#{page + '_' + name if first else page}}}"
                 first = True
             else:
                 yield self.spans(line)

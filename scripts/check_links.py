@@ -25,9 +25,9 @@ def without_code(text):
     lines, fenced = [], False
     for line in text.split("\n"):
         fence = line.lstrip().startswith("```")
-        lines.append("" if fenced or fence or line.startswith("    ") else re.sub(r"`[^`]*`", "`", line))
+        lines.append("" if fenced or fence or line.startswith("    ") else line)
         fenced ^= fence
-    return "\n".join(lines)
+    return re.sub(r"`(?:[^`\n]|\n(?!\n))*`", lambda found: "`" + "\n" * found[0].count("\n"), "\n".join(lines))
 
 
 def anchors_of(text):

@@ -72,10 +72,10 @@ class Page:
         name = text.removesuffix("()")
         if name in self.functions:
             return f"@ref c_{name} \"{name}\""
-        return f"``{text}``"  # a single one would end at an apostrophe, too
+        return "``" + text.replace("\n", " ") + "``"  # a single one would end at an apostrophe, too
 
     def spans(self, line):
-        parts = re.split(r"(`[^`]+`)", line)
+        parts = re.split(r"(`[^`]+`)", re.sub(r"``+ ?([^`]+?) ?``+", r"`\1`", line))
         line = "".join(self.code(part[1:-1]) if i % 2 else part for i, part in enumerate(parts))
         line = re.sub(r"!\[([^\]]*)\]\(([^)]+)\)", lambda m: '<img src="files/%s" alt="%s"/>' % (
             os.path.normpath(os.path.join(os.path.dirname(self.path), m[2])), html.escape(m[1])), line)
@@ -84,20 +84,26 @@ class Page:
     def filtered(self, text):
         lines, named = text.split("\n"), {n: rest for n, *rest in headings(text)}
         fenced = first = False
+        paragraph = []  # a code span may go on in the next line
         for number, line in enumerate(lines):
-            if line.lstrip().startswith("```"):
-                fenced = not fenced
-                yield line
-            elif fenced or line.startswith("    "):
-                yield line
+            fence = line.lstrip().startswith("```")
+            prose = line and not (fenced or fence or line.startswith("    ") or number in named)
+            if paragraph and (not prose or line.startswith("|")):
+                yield self.spans("\n".join(paragraph))
+                paragraph = []
+            if prose:
+                paragraph.append(line)
             elif number in named:
                 level, title, name = named[number]
                 page = page_of(self.path)
-                title = title.replace("`", "").replace("#", "\\#")
+                title = re.sub("#$", "#&zwnj;", title.replace("`", ""))  # or Doxygen ends the heading there
                 yield f"{level} {title} {{#{page + '_' + name if first else page}}}"
                 first = True
             else:
-                yield self.spans(line)
+                yield line
+            fenced ^= fence
+        if paragraph:
+            yield self.spans("\n".join(paragraph))
 
 
 class Header:

@@ -55,6 +55,7 @@ class Page:
         self.path, self.functions = path, functions
 
     def link(self, label, target):
+        label = label.replace("\n", " ")
         if re.match(r"[a-z]+:", target):
             return f"[{label}]({target})"
         path, _, anchor = target.partition("#")
@@ -96,7 +97,7 @@ class Page:
             elif number in named:
                 level, title, name = named[number]
                 page = page_of(self.path)
-                title = re.sub("#$", "#&zwnj;", title.replace("`", ""))  # or Doxygen ends the heading there
+                title = re.sub("#$", "#\u200c", title.replace("`", ""))  # or Doxygen ends the heading there
                 yield f"{level} {title} {{#{page + '_' + name if first else page}}}"
                 first = True
             else:
@@ -116,6 +117,9 @@ class Header:
     def text(self, comment):
         """A comment's lines as Markdown: tables stay as they are set, calls become links."""
         item = False
+        # Between quotation marks Doxygen takes all as it stands.
+        parts = re.split(r'("[^"]*")', "\n".join(comment))
+        comment = "".join(part if i % 2 else html.escape(part, quote=False) for i, part in enumerate(parts)).split("\n")
         for line in comment:
             if item and line and not line.startswith(("- ", "  ")):
                 yield ""
@@ -123,7 +127,7 @@ class Header:
             if line.startswith("  ") and not item:
                 yield "    " + line
                 continue
-            line = re.sub(CALL, lambda m: f'@ref c_{m[0]} "{m[0]}"', html.escape(line, quote=False))
+            line = re.sub(CALL, lambda m: f'@ref c_{m[0]} "{m[0]}"', line)
             yield re.sub(r"^(?:Calls|Texts|Amounts|Statuses|States|Times|Late answers|Version kind|Allowed)\b[.:]?|"
                          r"\b(?:At worst|Kind \d):", r"<b>\g<0></b>", line)
 

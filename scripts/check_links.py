@@ -66,12 +66,15 @@ def check_pages(files):
 class Document(html.parser.HTMLParser):
     def __init__(self):
         super().__init__()
-        self.links, self.names = [], set()
+        self.links, self.names, self.raw = [], set(), []
 
     def handle_starttag(self, tag, attrs):
         attributes = dict(attrs)
         self.names |= {attributes[key] for key in ("id", "name") if attributes.get(key)}
         self.links += [attributes[key] for key in ("href", "src") if attributes.get(key)]
+
+    def handle_data(self, data):
+        self.raw += re.findall(r".*(?:@ref|@anchor|``|\]\().*", data)  # a link that Doxygen did not understand
 
 
 def check_html(directory):
@@ -84,6 +87,8 @@ def check_html(directory):
                 with open(path, encoding="utf-8") as file:
                     documents[path].feed(file.read())
     for page, document in documents.items():
+        for text in document.raw:
+            complain(page, f"this was no link: {text}")
         for link in document.links:
             if re.match(r"[a-z]+:", link):
                 continue

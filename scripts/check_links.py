@@ -74,7 +74,7 @@ class Document(html.parser.HTMLParser):
         self.links += [attributes[key] for key in ("href", "src") if attributes.get(key)]
 
     def handle_data(self, data):
-        self.raw += re.findall(r".*(?:@ref|@anchor|``|\]\().*", data)  # a link that Doxygen did not understand
+        self.raw += re.findall(r".*(?:@ref|@anchor|``|\w\]\().*", data)  # a link that Doxygen did not understand
 
 
 def check_html(directory):

@@ -14,7 +14,7 @@ mapfile -t headers < <(find api/tllogics.h bindings \( -name '*.h' -o -name '*.h
 first=./README.md
 [ ! -e docs/README.md ] || first=./docs/README.md
 version=$(sed -n 's/^#define TLLOGICS_VERSION "\(.*\)"/\1/p' api/tllogics.h)
-settings=$(cat docs/Doxyfile && printf '%s\n' "PROJECT_NUMBER = $version" "USE_MDFILE_AS_MAINPAGE = $first")
+settings=$(cat scripts/doxygen/Doxyfile && printf '%s\n' "PROJECT_NUMBER = $version" "USE_MDFILE_AS_MAINPAGE = $first")
 # Nothing in C stands without a word. What has none in C++ is as in C.
 undocumented=$(printf '%s\n' "$settings" 'INPUT = api/tllogics.h bindings/c' 'FILE_PATTERNS = *.h' 'GENERATE_HTML = NO' \
     'GENERATE_XML = YES' 'WARN_AS_ERROR = NO' | doxygen - 2>&1 | grep 'is not documented' || true)

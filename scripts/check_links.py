@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
-"""check_links.py [DIRECTORY]: whether what the repository's pages, or the built ones in DIRECTORY, link to is
-there, with the anchors. Links to other places are not looked at. With --pages it lists the pages."""
+"""check_links.py: whether what the repository's pages link to is there, with the anchors. Links to other places
+are not looked at. --html DIRECTORY: the same for built pages; --tree DIRECTORY: for pages that were installed or
+unpacked there; --list lists the repository's pages."""
 import html.parser
 import os
 import re
@@ -34,11 +35,11 @@ def anchors_of(text):
     return {name for *_, name in headings(text)} | set(re.findall(r'<a (?:id|name)="([^"]+)"', text))
 
 
-def check_pages(files):
+def check_pages(root, files):
     pages = {}
     for name in files:
         if name.endswith(".md"):
-            with open(os.path.join(ROOT, name), encoding="utf-8") as file:
+            with open(os.path.join(root, name), encoding="utf-8") as file:
                 pages[name] = file.read()
     known = set(files) | {os.path.dirname(name) for name in files}
     known |= {"/".join(name.split("/")[:depth]) for name in files for depth in range(1, name.count("/") + 1)}
@@ -104,14 +105,20 @@ def check_html(directory):
     return count
 
 
-def main(arguments):
-    files = repository_files() if not arguments or arguments == ["--pages"] else []
-    if arguments == ["--pages"]:
-        print("\n".join(sorted(name for name in files if name.endswith(".md"))))
-        return
-    count = check_html(arguments[0]) if arguments else check_pages(files)
+def main(what="--tree", directory=None):
+    if what == "--html":
+        count = check_html(directory)
+    else:
+        root = directory or ROOT
+        files = repository_files() if root == ROOT else [
+            os.path.relpath(os.path.join(folder, name), root) for folder, _, names in os.walk(root)
+            for name in names]
+        if what == "--list":
+            print("\n".join(sorted(name for name in files if name.endswith(".md"))))
+            return
+        count = check_pages(root, files)
     print(f"{count} links, {failed} of them lead nowhere")
     sys.exit(failed > 0 or count == 0)
 
 
-main(sys.argv[1:])
+main(*sys.argv[1:])

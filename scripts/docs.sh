@@ -9,7 +9,7 @@ scripts/check_links.py
 html=build/docs/html
 rm -rf "$html"
 mkdir -p build/docs
-mapfile -t pages < <(scripts/check_links.py --pages)
+mapfile -t pages < <(scripts/check_links.py --list)
 mapfile -t headers < <(find api/tllogics.h bindings \( -name '*.h' -o -name '*.hpp' \) 2>/dev/null)
 first=./README.md
 [ ! -e docs/README.md ] || first=./docs/README.md
@@ -33,4 +33,4 @@ EXTRACT_ALL = YES"
         install -D -m 644 "$file" "$html/files/$file"
     done
 
-scripts/check_links.py "$html"
+scripts/check_links.py --html "$html"

@@ -21,7 +21,7 @@ namespace Tllogics
         private readonly CallQueue queue = new CallQueue();
         private readonly object turn = new object();
         private volatile bool initiated;
-        private volatile bool loggedIn;
+        private volatile bool mayBeOpen;
         private Result[] closing;
 
         /// <summary>Loads the library. InvalidOperationException if another session is not closed yet.</summary>
@@ -59,8 +59,9 @@ namespace Tllogics
             get { return events.LastException; }
         }
 
-        /// <summary>Waits for the call under way, fails those that are queued, calls logoutTL if logged in and exitTL
-        /// if initiated, and returns what these answered; again if called again. Not inside an event.</summary>
+        /// <summary>Waits for the call under way, fails those that are queued, calls logoutTL if the device may be
+        /// open and exitTL if initiated, and returns what these answered; again if called again. Not inside an
+        /// event.</summary>
         public Result[] Close()
         {
             RefuseInsideEvent("Close");
@@ -69,7 +70,7 @@ namespace Tllogics
             {
                 if (closing == null)
                 {
-                    Result logout = loggedIn ? Run("logoutTL", (Library.OneResult f, byte[] m) => f(m)) : null;
+                    Result logout = mayBeOpen ? Run("logoutTL", (Library.OneResult f, byte[] m) => f(m)) : null;
                     Result exit = initiated ? Exit() : null;
                     // An event in which exitTL was called may still be under way.
                     Events.Await();
@@ -488,15 +489,18 @@ namespace Tllogics
                 break;
             case "loginTL":
             case "loginStrTL":
-                loggedIn = loggedIn || result.Ok;
+                // A device that answered late, or whose answer was lost, may be open all the same.
+                mayBeOpen = mayBeOpen || result.Ok || result.Status == Statuses.TL_STATUS_TIMEOUT ||
+                    result.Status == Statuses.TL_STATUS_SEND_FAILED ||
+                    result.Status == Statuses.TL_STATUS_FAILED_TO_COMPLY;
                 break;
             case "logoutTL":
-                loggedIn = loggedIn && !result.Ok;
+                mayBeOpen = mayBeOpen && !result.Ok;
                 break;
             case "exitTL":
                 if (!result.Ok)
                     break;
-                initiated = loggedIn = false;
+                initiated = mayBeOpen = false;
                 events.Handlers = new Handlers();
                 break;
             }

@@ -210,7 +210,8 @@ def write_debs(dist, linux):
             libraries[name] = re.sub(rb"^prefix=.*$", b"prefix=/usr", data, flags=re.M).replace(
                 b"libdir=${prefix}/lib", b"libdir=${prefix}/lib/" + TRIPLET.encode())
         elif name.endswith("tllogics-config.cmake"):
-            for here, there in ((b"/../../../include", b"/../../../../include"), (b"/../../../bin", b"/../../../../bin"),
+            for here, there in ((b"/../../../include", b"/../../../../include"),
+                                (b"/../../../bin", b"/../../../../bin"),
                                 (b"/../../tllogics/simulator", b"/../../../tllogics/simulator")):
                 data = data.replace(here, there)
             libraries[name] = data
@@ -272,15 +273,17 @@ NUSPEC = """<?xml version="1.0" encoding="utf-8"?>
   </metadata>
 </package>
 """
-# Other run-times find the native library by the name of their platform; .NET Framework wants it beside the program.
+# Other run-times find the native library by their platform's name; .NET Framework wants it beside the program.
 TARGETS = """<?xml version="1.0" encoding="utf-8"?>
 <Project xmlns="http://schemas.microsoft.com/developer/msbuild/2003">
   <ItemGroup>
-    <None Include="$(MSBuildThisFileDirectory)../../runtimes/win-x64/native/tllogics.dll" Condition="'$(OS)' == 'Windows_NT'">
+    <None Include="$(MSBuildThisFileDirectory)../../runtimes/win-x64/native/tllogics.dll"
+          Condition="'$(OS)' == 'Windows_NT'">
       <Link>tllogics.dll</Link>
       <CopyToOutputDirectory>PreserveNewest</CopyToOutputDirectory>
     </None>
-    <None Include="$(MSBuildThisFileDirectory)../../runtimes/linux-x64/native/libtllogics.so.1" Condition="'$(OS)' != 'Windows_NT'">
+    <None Include="$(MSBuildThisFileDirectory)../../runtimes/linux-x64/native/libtllogics.so.1"
+          Condition="'$(OS)' != 'Windows_NT'">
       <Link>libtllogics.so.1</Link>
       <CopyToOutputDirectory>PreserveNewest</CopyToOutputDirectory>
     </None>
@@ -314,7 +317,8 @@ def content_types(names):
     rest = "".join(f'  <Override PartName="/{name}" ContentType="application/octet" />\n'
                    for name in sorted(names) if "." not in name)
     return ('<?xml version="1.0" encoding="utf-8"?>\n'
-            '<Types xmlns="http://schemas.openxmlformats.org/package/2006/content-types">\n' + plain + rest + "</Types>\n")
+            '<Types xmlns="http://schemas.openxmlformats.org/package/2006/content-types">\n'
+            f"{plain}{rest}</Types>\n")
 
 
 def write_nupkg(dist, libraries, work):

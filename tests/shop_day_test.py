@@ -33,7 +33,8 @@ journal = os.path.join(directory, "journal")
 
 def start(*steps):
     return subprocess.Popen([*shop_day, f"Type:RS232;Name:127.0.0.1:{machine.port};", "journal", *map(str, steps)],
-                            cwd=directory, env={**os.environ, "TLLOGS": "logs"}, stdout=subprocess.PIPE, text=True)
+                            cwd=directory, env={**os.environ, "TLLOGS": "logs"}, stdout=subprocess.PIPE,
+                            encoding="utf-8", errors="replace")
 
 
 def pay(till, pieces):

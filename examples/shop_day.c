@@ -12,7 +12,7 @@
 #include <string.h>
 #include <time.h>
 
-enum { PATIENCE = 1200 }; /* tenths of a second, for the customer and for the device */
+enum { SECOND = 50, PATIENCE = 120 * SECOND }; /* in moments; the customer's and the device's */
 enum { READY = 0, BUSY = 1, ERROR = 2, READY_PAYIN_DISABLED = 3, NOT_HEARD = 4 };
 enum { CLOSED = 0, OPEN = 1, ADMINISTRATION = 3 };
 
@@ -82,10 +82,10 @@ static void onSession(uint16_t type, int32_t amount, const char* info)
 
 /* ---- Calls ---- */
 
-static int waitUntil(int (*isTrue)(void), int tenths)
+static int waitUntil(int (*isTrue)(void), int moments)
 {
-    for (; !isTrue() && tenths > 0; --tenths)
-        waitATenth();
+    for (; !isTrue() && moments > 0; --moments)
+        waitAMoment();
     return isTrue();
 }
 
@@ -175,24 +175,29 @@ static int note(const char* word, int number, int64_t amount, int64_t held)
 /* Brings the device to rest, logged in, with pay-in closed, whatever it was at, and hears what is paid in. */
 static int makeReady(void)
 {
-    for (const time_t end = time(NULL) + PATIENCE / 10; time(NULL) < end; waitATenth()) {
+    for (const time_t end = time(NULL) + PATIENCE / SECOND; time(NULL) < end; waitAMoment()) {
         waitUntil(isNotBusy, PATIENCE);
         if (deviceStatus == ERROR) {
             done("resetTL", resetTL(message));
-            waitUntil(isReady, 10);
+            waitUntil(isReady, SECOND);
         } else if (deviceMode == CLOSED) {
             done("loginTL", loginTL((int16_t)cashier, 1, message));
-            waitUntil(isReady, 10);
+            waitUntil(isReady, SECOND);
         } else if (deviceStatus == READY) {
             /* A device that was busy at the login hasn't told its commands, and is to be asked again. */
             if (disablePayinTL(message) == TL_STATUS_NOT_SUPPORTED)
                 done("loginTL", loginTL((int16_t)cashier, 1, message));
-            waitUntil(isReady, 10);
+            waitUntil(isReady, SECOND);
         } else {
             deviceStatus = NOT_HEARD; /* what was heard before may be old, so it is to say it again */
-            if (done("informTotalAmountTL", informTotalAmountTL(0, message)) && waitUntil(isReady, 10) &&
+            const int16_t status = informTotalAmountTL(0, message);
+            if (done("informTotalAmountTL", status) && waitUntil(isReady, SECOND) &&
                 deviceStatus == READY_PAYIN_DISABLED && deviceMode != CLOSED)
                 return 1;
+            if (status == TL_STATUS_ERROR)
+                deviceStatus = ERROR; /* a message that was lost has told of it */
+            if (status == TL_STATUS_CLOSED)
+                deviceMode = CLOSED;
         }
     }
     return printf("The device is not ready: look at it, and start again.\n"), 0;
@@ -209,8 +214,7 @@ static int64_t valueOf(const CashCountRecord* records, int32_t count)
     return value;
 }
 
-/* What the device holds, the customer's money included; negative if it can't tell. */
-static int64_t countDevice(void)
+static int64_t countOnce(void)
 {
     CashCountRecord *coins = NULL, *notes = NULL;
     int32_t nCoins = 0, nNotes = 0;
@@ -220,6 +224,22 @@ static int64_t countDevice(void)
     tlFreeArray(coins);
     tlFreeArray(notes);
     return held;
+}
+
+/* What the device holds, the customer's money included; negative if it can't tell. A message that was lost or
+ * came late spoils a count, and the next one: the second of two that say the same is believed. */
+static int64_t countDevice(void)
+{
+    int64_t before = -1;
+    for (int tries = 0, paidInBefore = 0; tries < 6 && makeReady(); ++tries) {
+        const int paidInNow = paidIn;
+        const int64_t held = countOnce();
+        if (held >= 0 && held == before && paidInNow == paidInBefore)
+            return held;
+        before = held;
+        paidInBefore = paidInNow;
+    }
+    return -1;
 }
 
 /* ---- The end of a sale ---- */
@@ -249,7 +269,7 @@ static int endWhatIsOpen(void)
         return 1;
     const int isSale = !strcmp(last.word, "sale");
     int64_t held = -1;
-    if (!makeReady() || (held = countDevice()) < 0)
+    if ((held = countDevice()) < 0)
         return 0;
     const int64_t before = last.held;
     const int64_t sold = isSale && held - before - paidIn >= last.amount ? last.amount : 0;
@@ -330,14 +350,14 @@ static int collect(void)
     uint32_t rest = 0;
     if (cashier == 0 || !begin("collect", 0))
         return 0;
-    if (done("adminModeTL", adminModeTL(1, message)) && waitUntil(isAdministration, 50)) {
+    if (done("adminModeTL", adminModeTL(1, message)) && waitUntil(isAdministration, 5 * SECOND)) {
         done("collectToCashFloatTL",
              collectToCashFloatTL(1, &coins, &nCoins, &notes, &nNotes, &rest, "evening", message));
         tlFreeArray(coins);
         tlFreeArray(notes);
         makeReady(); /* the call may have returned while the device was still at it */
         done("adminModeTL", adminModeTL(2, message));
-        waitUntil(isOpen, 50);
+        waitUntil(isOpen, 5 * SECOND);
     }
     return endWhatIsOpen();
 }

@@ -8,6 +8,7 @@
  * it did. */
 int writeThrough(FILE* file);
 
-void waitATenth(void);
+/* 20 milliseconds. */
+void waitAMoment(void);
 
 #endif

@@ -9,8 +9,8 @@ int writeThrough(FILE* file)
     return fflush(file) == 0 && fsync(fileno(file)) == 0;
 }
 
-void waitATenth(void)
+void waitAMoment(void)
 {
-    const struct timespec tenth = {0, 100000000};
-    nanosleep(&tenth, NULL);
+    const struct timespec moment = {0, 20000000};
+    nanosleep(&moment, NULL);
 }

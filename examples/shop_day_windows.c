@@ -8,7 +8,7 @@ int writeThrough(FILE* file)
     return fflush(file) == 0 && _commit(_fileno(file)) == 0;
 }
 
-void waitATenth(void)
+void waitAMoment(void)
 {
-    Sleep(100);
+    Sleep(20);
 }

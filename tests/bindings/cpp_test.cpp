@@ -139,6 +139,8 @@ std::map<std::string, std::map<int, std::string>> moneyOfTable()
 
 TEST_F(Cpp, EveryFunctionWorksOnTheDevice)
 {
+    // The library looks every 10 ms, which a busy computer makes more; what is over sooner it misses.
+    EXPECT_EQ(0, tlsim_configure(R"({"answerDelay": 1, "messageGap": 60, "payOutTime": 80})"));
     Session session(on);
     const auto payIn = [&] {
         EXPECT_EQ(10000, tlsim_insert(10000, 1));
@@ -203,7 +205,10 @@ TEST_F(Cpp, EveryFunctionWorksOnTheDevice)
         [&] {
             return session.dispenseSpecifiedTL(0, {{100, 2, 0, 0}}, {{2000, 1, 0, 0}}, "T6");
         },
-        [&] { return status.waitFor(0, 3, 1), session.adminModeTL(1); },
+        [&] {
+            EXPECT_TRUE(status.waitFor(0, 3, 1));
+            return session.adminModeTL(1);
+        },
         [&] { return status.waitFor(0, 3, 3), session.unlockTL(1); },
         [&] { return session.endReplenishTL("T7"); },
         [&] { return session.collectToCashFloatTL(1, "T8"); },
@@ -326,7 +331,9 @@ TEST_F(Cpp, NothingIsCalledInsideAnEventButTheExit)
     till = &session;
     logIn(session);
 
-    // What two threads call at once is refused to one of them.
+    // What two threads call at once is refused to one of them. A count waits for a busy device.
+    EXPECT_EQ(200, tlsim_control("fault", R"({"name": "busy"})", nullptr, 0));
+    EXPECT_TRUE(status.waitFor(0, 1, 1));
     std::atomic<bool> isCounted{false};
     std::thread other([&] {
         while (!refusalOf([&] { return session.cashCountTL(); }).empty()) {
@@ -336,6 +343,7 @@ TEST_F(Cpp, NothingIsCalledInsideAnEventButTheExit)
     std::string refusal;
     while (refusal.empty() && !isCounted)
         refusal = refusalOf([&] { return session.isOpenTL(); });
+    EXPECT_EQ(200, tlsim_control("repair", nullptr, nullptr, 0));
     other.join();
     EXPECT_EQ("isOpenTL: another thread is inside a call", refusal);
 
@@ -375,7 +383,6 @@ TEST_F(Cpp, WhatAHandlerThrowsIsTold)
         logIn(session);
         EXPECT_EQ(10000, tlsim_insert(10000, 1));
         EXPECT_TRUE(status.waitFor(10000, 0, 1));
-        EXPECT_EQ(TL_STATUS_OK, session.amountDueTL(10000, "").status);
     }
     EXPECT_NE(thrown.end(), std::find(thrown.begin(), thrown.end(), "onStatus thrown at 10000"));
 }
@@ -397,9 +404,9 @@ TEST_F(Cpp, ArraysAreReleased)
         TL_STATUS_OK,
         session.changeSettingsTL("LogCRToCAPI:0;LogCAPIToCR:0;LogComToCAPI:0;LogCAPIToCom:0;LogDebug:0;", 0)
             .status);
-    const std::vector<CashCountRecord> all(2000, {100000000, 1, 0, 0}); // too much, so nothing is left
+    const std::vector<CashCountRecord> all{{100000000, 1, 0, 0}}; // too much, so nothing is left
     std::size_t before = 0;
-    constexpr int ROUNDS = 100 + 1400 / TLLOGICS_SLOWDOWN;
+    constexpr int ROUNDS = 100 + 10000 / TLLOGICS_SLOWDOWN;
     for (int round = 0; round < ROUNDS; ++round) {
         if (round == 99)
             before = memoryInUse();
@@ -408,7 +415,7 @@ TEST_F(Cpp, ArraysAreReleased)
         ASSERT_EQ(0u, result.coins.size() + result.notes.size());
     }
     if (MEMORY_TELLS) {
-        EXPECT_LT(memoryInUse(), before + ROUNDS * 2 * 20);
+        EXPECT_LT(memoryInUse(), before + ROUNDS * 2 * 16);
     }
     // Not handed out: what was given still stands.
     EXPECT_EQ(TL_STATUS_OK, session.exitTL().status);
@@ -429,7 +436,7 @@ TEST_F(Cpp, APaymentWithoutMemoryIsNotMadeOrTellsOfIt)
     EXPECT_EQ(0, tlsim_stick(100, 100000));
     std::optional<tllogics::RestArraysResult> result;
     int thrown = 0;
-    for (int allowed = 0; !result || result->text.empty(); ++allowed) {
+    for (int allowed = 0; !result || result->status != TL_STATUS_FAILED_TO_COMPLY; ++allowed) {
         const int before = tlsim_drawer(nullptr, 0);
         result.reset();
         allocationsLeft = allowed;
@@ -445,7 +452,7 @@ TEST_F(Cpp, APaymentWithoutMemoryIsNotMadeOrTellsOfIt)
             EXPECT_EQ(before, tlsim_drawer(nullptr, 0)) << allowed;
         } else if (result->text.empty()) {
             EXPECT_EQ(Money::unknown, result->money);
-        } else {
+        } else if (result->status == TL_STATUS_FAILED_TO_COMPLY) {
             EXPECT_EQ(before - 500, tlsim_drawer(nullptr, 0));
             EXPECT_EQ(Money::yes, result->money);
             EXPECT_EQ(100, result->coins.at(0).nDenomination);

@@ -144,20 +144,31 @@ namespace Tllogics
         /// runs a message loop of its own gets further ones inside it.</summary>
         private void Deliver()
         {
-            lock (delivery)
+            // Who finds another thread at it leaves the rest to that one, which looks again once it has let go.
+            while (!posted.IsEmpty && Monitor.TryEnter(delivery))
             {
-                Action call;
-                while (posted.TryDequeue(out call))
+                try
                 {
-                    try
-                    {
-                        call();
-                    }
-                    catch (Exception exception)
-                    {
-                        Report(exception);
-                    }
+                    Action call;
+                    while (posted.TryDequeue(out call))
+                        Try(call);
                 }
+                finally
+                {
+                    Monitor.Exit(delivery);
+                }
+            }
+        }
+
+        private void Try(Action call)
+        {
+            try
+            {
+                call();
+            }
+            catch (Exception exception)
+            {
+                Report(exception);
             }
         }
 
@@ -293,7 +304,7 @@ namespace Tllogics
                     Action call = prepare(events, events.handlers);
                     if (events.context == null)
                     {
-                        call();
+                        events.Try(call);
                     }
                     else
                     {

@@ -217,6 +217,8 @@ def write_debs(dist, linux):
             libraries[name] = data
     documentation = moved(installed(linux, "documentation"), "share/", "usr/share/")
     tools = moved(installed(linux, "tools"), "", "usr/")
+    for name in [name for name in tools if name.startswith("usr/share/man/")]:
+        tools[name + ".gz"] = gzip.compress(tools.pop(name), 9, mtime=0)
 
     write_deb(dist, "libtllogics1", "libs", needed_packages(runtime, {}), SUMMARY,
               "The shared library through which a point-of-sale application drives a\n"

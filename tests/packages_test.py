@@ -3,6 +3,7 @@ against it on a simulated machine of its own. Arguments: <dist> <linux build> <w
 import base64
 import concurrent.futures
 import csv
+import gzip
 import hashlib
 import json
 import os
@@ -131,7 +132,11 @@ def test_prefix():
         " $(pkg-config --cflags --libs tllogics)", cwd=work, env=pkg_config)
     directory = run("pkg-config", "--variable=simulatordir", "tllogics", env=pkg_config).strip().replace("\\", "")
     sell([work / "cpp"], tellarion, work, {"LD_LIBRARY_PATH": f"{directory}:{prefix}/lib"})
-    # Its programs need no help.
+    # Its programs need no help, and look nowhere else.
+    found = {name: re.findall(r"runpath: \[(.*)\]", run("readelf", "-d", prefix / "bin" / name, env={"LC_ALL": "C"}))
+             for name in ("tellarion", "till", "tllog")}
+    assert found == {"tellarion": [], "tllog": [],
+                     "till": ["$ORIGIN/../lib/tllogics/simulator:$ORIGIN/../lib:$ORIGIN"]}, found
     run(prefix / "bin/till", "sale", cwd=work, env={"TLLOGS": "logs"})
     assert "SALE-1" in run(prefix / "bin/tllog", "sales", work / "logs", cwd=work)
 
@@ -191,6 +196,11 @@ def test_deb():
          {"LD_LIBRARY_PATH": f"{library}:{usr}/lib/tllogics/simulator"})
     output = run(usr / "bin/till", "sale", cwd=work, env={"LD_LIBRARY_PATH": str(library), "TLLOGS": "logs"})
     assert output, "the till says nothing"
+    for program in ("tellarion", "till", "tllog"):
+        page = gzip.decompress((usr / f"share/man/man1/{program}.1.gz").read_bytes()).decode()
+        commands = run(usr / "bin" / program, "--help", env={"LD_LIBRARY_PATH": str(library)}).partition("Subcommands:")[2]
+        untold = [word for word in re.findall(r"^  (\w\S*)", commands, re.M) if not re.search(rf"\b{word}\b", page)]
+        assert commands and not untold, f"{program}.1 doesn't tell of {untold}"
     # CMake finds the same, though it lies deeper.
     sale = consumer(place("deb/cmake"), "find_package(tllogics REQUIRED)", EXAMPLE, f"-DCMAKE_PREFIX_PATH={usr}",
                     f"-DCMAKE_LIBRARY_ARCHITECTURE={TRIPLET}")

@@ -7,6 +7,10 @@ from typing import Dict, FrozenSet, List, NamedTuple, Optional, Tuple, TypeVar, 
 
 from .statuses import TL_STATUS_ERROR, TL_STATUS_OK
 
+__all__ = ["CashCountRecord", "Closing", "CountResult", "ErrorInfoResult", "ExtInfoResult", "InfoResult",
+           "LevelWarningInfoResult", "Money", "OpenResult", "RestArraysResult", "RestResult", "Result",
+           "StatusError", "moneyOf"]
+
 
 class Money(enum.Enum):
     """Whether a call moved money."""

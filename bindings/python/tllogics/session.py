@@ -13,6 +13,8 @@ from .results import (CashCountRecord, Closing, CountResult, ErrorInfoResult, Ex
                       LevelWarningInfoResult, Money, OpenResult, RestArraysResult, RestResult, Result, moneyOf)
 from .statuses import TL_STATUS_FAILED_TO_COMPLY, TL_STATUS_OK, TL_STATUS_SEND_FAILED, TL_STATUS_TIMEOUT
 
+__all__ = ["Refused", "Session"]
+
 Text = Union[str, bytes]
 
 

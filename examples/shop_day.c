@@ -375,21 +375,31 @@ static int takeStep(char*** words)
     return !strcmp(word, "login") ? beginShift(number) : sell(number);
 }
 
+/* A device may take its time to see that the till before has died, or to start in the morning. */
+static int openLink(const char* port)
+{
+    const char* const settings =
+        "AutoDisable:1;PayOutOkCheck:1;RegretOkCheck:1;StatusOkTimeout:60;AskPayOutAmountLimit:0;";
+    if (!done("registerEvents4TL",
+              registerEvents4TL(onStatus, onError, onWarning, onInformation, onSession, message)))
+        return 0;
+    for (const time_t end = time(NULL) + 10; !done("initTL", initTL(port, settings, message));) {
+        if (time(NULL) >= end)
+            return 0;
+        for (int moments = 0; moments < SECOND; ++moments)
+            waitAMoment();
+    }
+    return 1;
+}
+
 int main(int argc, char** argv)
 {
     setvbuf(stdout, NULL, _IONBF, 0);
-    if (argc < 3)
-        return printf(
-                   "shop_day <port settings> <journal> [login <cashier> | sale <amount due> | collect]...\n"),
-               2;
-    if (!openJournal(argv[2]) ||
-        !done("registerEvents4TL",
-              registerEvents4TL(onStatus, onError, onWarning, onInformation, onSession, message)) ||
-        !done(
-            "initTL",
-            initTL(argv[1],
-                   "AutoDisable:1;PayOutOkCheck:1;RegretOkCheck:1;StatusOkTimeout:60;AskPayOutAmountLimit:0;",
-                   message)))
+    if (argc < 3) {
+        printf("shop_day <port settings> <journal> [login <cashier> | sale <amount due> | collect]...\n");
+        return 2;
+    }
+    if (!openJournal(argv[2]) || !openLink(argv[1]))
         return 1;
     int isFine = endWhatIsOpen();
     for (char** words = argv + 3; isFine && *words != NULL;)

@@ -472,7 +472,8 @@ TEST_F(Statuses, ThePictureShowsWhereEachCallLeads)
         for (const int from : {1, 2, 3, 4}) {
             const auto observeAs = [&](const std::string& name, int status, int mode, int paidIn) {
                 const auto arrange = [&] {
-                    initiate();
+                    if (g_TLState == STATE_UNINITIATED)
+                        initiate();
                     openAs(true, false);
                     const int then = payinOpens ? DEVICE_READY : DEVICE_READY_PAYIN_DISABLED;
                     device.on("a").says(10, head('a', 0, then));

@@ -279,10 +279,12 @@ internal static class BindingTest
             Till.Done(till.Session.amountDueTL(3900, ""));
             Check.Within(10, () => till.HeardOf("Event 2") == 20, "all events");
             Result exit = null;
+            int thread = 0;
             till.Hears = heard =>
             {
                 if (heard != "Event 002")
                     return;
+                thread = Hand.gettid();
                 exit = till.Session.exitTL();
                 int enough = Volatile.Read(ref collected) + 3;
                 Check.Within(10, () => Volatile.Read(ref collected) >= enough, "collections inside the event");
@@ -291,6 +293,8 @@ internal static class BindingTest
             Check.Within(10, () => exit != null, "exit");
             Till.Done(exit);
             till.Dispose();
+            // Mono aborts if it ends while a thread that has been in it does.
+            Check.Within(10, () => !Directory.Exists("/proc/self/task/" + thread), "end of the device's thread");
         }
         Volatile.Write(ref over, true);
         collector.Join();

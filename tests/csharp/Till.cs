@@ -20,6 +20,8 @@ internal static class Hand
     internal static extern int tlsim_inject(byte[] message);
     [DllImport("libOstrivane.so")]
     internal static extern int tlsim_control(string verb, string json, byte[] text, int size);
+    [DllImport("libc.so.6")]
+    internal static extern int gettid();
 
     /// <summary>A device of a hundred coins of 100 and ten notes of 2000, quick unless told otherwise.</summary>
     internal static void Configure(string more = "")

@@ -198,7 +198,8 @@ def test_deb():
     assert output, "the till says nothing"
     for program in ("tellarion", "till", "tllog"):
         page = gzip.decompress((usr / f"share/man/man1/{program}.1.gz").read_bytes()).decode()
-        commands = run(usr / "bin" / program, "--help", env={"LD_LIBRARY_PATH": str(library)}).partition("Subcommands:")[2]
+        output = run(usr / "bin" / program, "--help", env={"LD_LIBRARY_PATH": str(library)})
+        commands = output.partition("Subcommands:")[2]
         untold = [word for word in re.findall(r"^  (\w\S*)", commands, re.M) if not re.search(rf"\b{word}\b", page)]
         assert commands and not untold, f"{program}.1 doesn't tell of {untold}"
     # CMake finds the same, though it lies deeper.
@@ -246,7 +247,7 @@ def pip(*words):
     directory = SCRATCH / "venv"
     with VENV:
         if not directory.exists():
-            run("/usr/bin/python3", "-m", "venv", directory)
+            run(sys.executable, "-m", "venv", directory)
     python = directory / "bin/python"
     run(python, "-m", "pip", "--isolated", "--disable-pip-version-check", "install", "--no-index", "--no-cache-dir",
         *words)

@@ -352,13 +352,14 @@ class PythonTest(unittest.TestCase):
         with self.assertRaises(LookupError):
             Session(encoding="none such")
 
-    def test_no_amount_is_cut(self):
+    def test_nothing_is_cut(self):
         session = self.till().session
         for call in (lambda: session.dispenseTL(2**32 + 100, ""), lambda: session.regretTL(65536),
                      lambda: session.unlockTL(-1),
                      lambda: session.dispenseSpecifiedTL(0, [CashCountRecord(100, 2**32 + 1)], [], "")):
             self.assertRaises(OverflowError, call)
         self.assertRaises(TypeError, lambda: session.dispenseTL(1.5, ""))
+        self.assertRaises(ValueError, lambda: session.dispenseTL(100, "receipt\0 5"))
 
     def test_arrays_are_released(self):
         session = self.till().log_in()

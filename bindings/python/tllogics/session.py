@@ -312,8 +312,12 @@ class Session:
         return text.decode(self._encoding, "backslashreplace")
 
     def _prepared(self, kind: Any, argument: Any) -> Any:
-        if kind is ctypes.c_char_p and isinstance(argument, str):
-            return argument.encode(self._encoding, "backslashreplace")
+        if kind is ctypes.c_char_p and isinstance(argument, (str, bytes)):
+            if isinstance(argument, str):
+                argument = argument.encode(self._encoding, "backslashreplace")
+            if b"\0" in argument:
+                raise ValueError("a text with a NUL in it can't be sent")
+            return argument
         if kind in (ctypes.c_int16, ctypes.c_int32, ctypes.c_uint32):
             return native.number(kind, argument)
         return argument

@@ -241,7 +241,11 @@ TEST_F(Cpp, EveryFunctionWorksOnTheDevice)
         if (called.size() + 1 == day.size()) {
             EXPECT_FALSE(session.close().exit);
         }
-        const tllogics::Result result = call();
+        tllogics::Result result = call();
+        // On a busy computer it may miss how busy the device was.
+        for (int again = 0;
+             again < 3 && (result.status == TL_STATUS_BUSY || result.status == TL_STATUS_TIMEOUT); ++again)
+            result = call();
         EXPECT_EQ(TL_STATUS_OK, result.status) << result.call << ": " << result.text;
         EXPECT_EQ(0u,
                   std::string(result.call).rfind("get", 0) == 0 ? result.text.size() : result.text != "Done");

@@ -177,7 +177,7 @@ internal static class BindingTest
     /// <summary>Money in and out, and each kind of answer that a device gives.</summary>
     private static void sale()
     {
-        Hand.Configure(messageGap: 150);
+        Hand.Configure(@"""payOutTime"": 500", 150);
         using (var till = new Till())
         {
             Session session = till.Session;

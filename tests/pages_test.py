@@ -22,7 +22,7 @@ def picture(browser, name):
         os.makedirs(PICTURES, exist_ok=True)
         if name != "jam":
             browser.run("document.querySelector('.why')?.remove()")
-        time.sleep(0.6)  # until nothing moves any more
+        time.sleep(1.2)  # until nothing flies any more
         browser.picture(os.path.join(PICTURES, name + ".png"))
 
 

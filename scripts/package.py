@@ -6,13 +6,13 @@ neither clock, time zone, umask, locale nor the directory has a say."""
 import argparse
 import base64
 import calendar
+import concurrent.futures
 import gzip
 import hashlib
 import io
 import os
 import pathlib
 import re
-import shutil
 import subprocess
 import sys
 import tarfile
@@ -213,6 +213,8 @@ def write_debs(dist, linux):
             for here, there in ((b"/../../../include", b"/../../../../include"),
                                 (b"/../../../bin", b"/../../../../bin"),
                                 (b"/../../tllogics/simulator", b"/../../../tllogics/simulator")):
+                if here not in data:
+                    fail(f"{name} doesn't lead to {here.decode()}")
                 data = data.replace(here, there)
             libraries[name] = data
     documentation = moved(installed(linux, "documentation"), "share/", "usr/share/")
@@ -386,18 +388,23 @@ def main():
     arguments = parser.parse_args()
     os.umask(0o022)
     dist, linux, windows = (path.resolve() for path in (arguments.dist, arguments.linux, arguments.windows))
-    shutil.rmtree(dist, ignore_errors=True)
-    dist.mkdir(parents=True)
-    with tempfile.TemporaryDirectory() as directory:
+    dist.mkdir(parents=True, exist_ok=True)
+    for former in dist.iterdir():
+        # The directory may be somebody's own, with more in it.
+        if re.fullmatch(r"(lib)?tllogics.*\.(deb|tar\.gz|zip|nupkg|whl)", former.name, re.I):
+            former.unlink()
+    with tempfile.TemporaryDirectory() as directory, concurrent.futures.ThreadPoolExecutor() as pool:
         work = pathlib.Path(directory)
         libraries = {os.path.basename(name): data for build in (linux, windows)
                      for name, data in installed(build, "runtime").items()}
-        write_debs(dist, linux)
-        write_archives(dist, linux, windows, work)
-        write_nupkg(dist, libraries, work)
         glibc = newest_glibc(libraries["libtllogics.so.1"], work)
-        write_wheel(dist, f"manylinux_{glibc}_x86_64", "libtllogics.so.1", libraries["libtllogics.so.1"], {})
-        write_wheel(dist, "win_amd64", "tllogics.dll", libraries["tllogics.dll"], WINDOWS_PARTS)
+        begun = [pool.submit(write_debs, dist, linux), pool.submit(write_archives, dist, linux, windows, work),
+                 pool.submit(write_nupkg, dist, libraries, work),
+                 pool.submit(write_wheel, dist, f"manylinux_{glibc}_x86_64", "libtllogics.so.1",
+                             libraries["libtllogics.so.1"], {}),
+                 pool.submit(write_wheel, dist, "win_amd64", "tllogics.dll", libraries["tllogics.dll"], WINDOWS_PARTS)]
+        for packages in begun:
+            packages.result()
     for path in sorted(dist.iterdir()):
         print(f"{hashlib.sha256(path.read_bytes()).hexdigest()[:16]} {path.stat().st_size:9} {path.name}")
 

@@ -79,6 +79,14 @@ def sell(program, tellarion, cwd, env=None):
         machine.kill()
 
 
+def finds_no_device(program, cwd, env=None):
+    """As in a shop where the device's own library is missing: the simulated one must not be taken for it."""
+    sale = subprocess.run([str(word) for word in program], cwd=cwd, env={**PLAIN, "TLLOGS": "logs", **(env or {})},
+                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT, timeout=60, check=False)
+    output = sale.stdout.decode(errors="replace")
+    assert sale.returncode == 1 and "Failed to get dll handle" in output, f"{sale.returncode}: {output}"
+
+
 def heard(events, sale):
     for _ in range(60):
         try:
@@ -120,16 +128,23 @@ def test_prefix():
     (work / "first").rename(prefix)
     tellarion = [prefix / "bin/tellarion"]
 
-    find = "find_package(tllogics 1.0 REQUIRED)\nif(NOT EXISTS ${tllogics_SIMULATOR_DIR}/libOstrivane.so)\n" \
-           "message(FATAL_ERROR \"no simulator in '${tllogics_SIMULATOR_DIR}'\")\nendif()"
+    find = '''
+find_package(tllogics 2.0 QUIET)
+set(newer ${tllogics_FOUND})
+find_package(tllogics QUIET COMPONENTS other)
+if(newer OR tllogics_FOUND)
+    message(FATAL_ERROR "found what isn't there")
+endif()
+find_package(tllogics 1.0 REQUIRED)
+if(NOT EXISTS "${tllogics_SIMULATOR_DIR}/libOstrivane.so")
+    message(FATAL_ERROR "no simulator in '${tllogics_SIMULATOR_DIR}'")
+endif()'''
     sale = consumer(place("prefix/cmake"), find, EXAMPLE, f"-DCMAKE_PREFIX_PATH={prefix}")
     sell([sale], tellarion, work, simulated(prefix))
-    refused = consumer_refused(place("prefix/newer"), "find_package(tllogics 2.0 REQUIRED)", prefix)
-    assert "compatible with requested version" in refused, refused
 
     pkg_config = {"PKG_CONFIG_PATH": str(prefix / "lib/pkgconfig")}
-    run("sh", "-c", f"eval g++ -std=c++17 -Wall -Werror -o cpp {ROOT}/bindings/cpp/first_sale.cpp -pthread"
-        " $(pkg-config --cflags --libs tllogics)", cwd=work, env=pkg_config)
+    run("sh", "-c", 'eval g++ -std=c++17 -Wall -Werror -o cpp \\"\\$0\\" -pthread $(pkg-config --cflags --libs tllogics)',
+        ROOT / "bindings/cpp/first_sale.cpp", cwd=work, env=pkg_config)
     directory = run("pkg-config", "--variable=simulatordir", "tllogics", env=pkg_config).strip().replace("\\", "")
     sell([work / "cpp"], tellarion, work, {"LD_LIBRARY_PATH": f"{directory}:{prefix}/lib"})
     # Its programs need no help, and look nowhere else.
@@ -139,14 +154,6 @@ def test_prefix():
                      "till": ["$ORIGIN/../lib/tllogics/simulator:$ORIGIN/../lib:$ORIGIN"]}, found
     run(prefix / "bin/till", "sale", cwd=work, env={"TLLOGS": "logs"})
     assert "SALE-1" in run(prefix / "bin/tllog", "sales", work / "logs", cwd=work)
-
-
-def consumer_refused(directory, find, prefix):
-    try:
-        consumer(directory, find, EXAMPLE, f"-DCMAKE_PREFIX_PATH={prefix}")
-    except AssertionError as complaint:
-        return str(complaint)
-    return "it was not refused"
 
 
 def test_embedded():
@@ -188,10 +195,8 @@ def test_deb():
 
     usr = root / "usr"
     library = usr / "lib" / TRIPLET
-    # A shop's till must not find it.
-    found = [path.relative_to(root).as_posix() for path in root.rglob("*Ostrivane*")]
-    assert found == ["usr/lib/tllogics/simulator/libOstrivane.so"], found
     run("gcc", EXAMPLE, "-o", "sale", f"-I{usr}/include", f"-L{library}", "-ltllogics", cwd=work)
+    finds_no_device(["./sale"], work, {"LD_LIBRARY_PATH": f"{library}:{usr}/lib"})
     sell(["./sale"], [usr / "bin/tellarion"], work,
          {"LD_LIBRARY_PATH": f"{library}:{usr}/lib/tllogics/simulator"})
     output = run(usr / "bin/till", "sale", cwd=work, env={"LD_LIBRARY_PATH": str(library), "TLLOGS": "logs"})
@@ -202,8 +207,9 @@ def test_deb():
         commands = output.partition("Subcommands:")[2]
         untold = [word for word in re.findall(r"^  (\w\S*)", commands, re.M) if not re.search(rf"\b{word}\b", page)]
         assert commands and not untold, f"{program}.1 doesn't tell of {untold}"
-    # CMake finds the same, though it lies deeper.
-    sale = consumer(place("deb/cmake"), "find_package(tllogics REQUIRED)", EXAMPLE, f"-DCMAKE_PREFIX_PATH={usr}",
+    # CMake finds the same, though it lies deeper, and by a link that Debian has.
+    (root / "lib").symlink_to("usr/lib")
+    sale = consumer(place("deb/cmake"), "find_package(tllogics REQUIRED)", EXAMPLE, f"-DCMAKE_PREFIX_PATH={root}",
                     f"-DCMAKE_LIBRARY_ARCHITECTURE={TRIPLET}")
     assert str(library) in run("readelf", "-d", sale)
     pc = {"PKG_CONFIG_LIBDIR": str(library / "pkgconfig"), "PKG_CONFIG_SYSROOT_DIR": str(root)}
@@ -219,6 +225,7 @@ def test_tar():
     prefix, = work.iterdir()
     run("gcc", prefix / "share/doc/tllogics/examples/first_sale.c", "-o", "sale", f"-I{prefix}/include",
         f"-L{prefix}/lib", "-ltllogics", f"-Wl,-rpath,{prefix}/lib", cwd=work)
+    finds_no_device(["./sale"], work)
     sell(["./sale"], [prefix / "bin/tellarion"], work, simulated(prefix))
     run(prefix / "bin/till", "sale", cwd=work, env={"TLLOGS": "logs"})
 
@@ -329,13 +336,13 @@ def test_zip():
     """A program found by CMake and linked by GNU's linker, and the zip's own programs."""
     work = place("zip")
     prefix = unzipped(work)
-    assert [path.relative_to(prefix).as_posix() for path in prefix.rglob("*Ostrivane*")] == ["simulator/Ostrivane.dll"]
     sale = consumer(place("zip/shop"), "find_package(tllogics 1.0 REQUIRED)", EXAMPLE,
                     f"-Dtllogics_DIR={prefix}/lib/cmake/tllogics",
                     f"-DCMAKE_TOOLCHAIN_FILE={ROOT}/cmake/mingw.cmake", "-DCMAKE_EXE_LINKER_FLAGS=-static")
     sale = sale.with_suffix(".exe")
-    for file in ("bin/tllogics.dll", "simulator/Ostrivane.dll"):
-        shutil.copy(prefix / file, sale.parent)
+    shutil.copy(prefix / "bin/tllogics.dll", sale.parent)
+    finds_no_device([*WINE, sale.name], sale.parent)
+    shutil.copy(prefix / "simulator/Ostrivane.dll", sale.parent)
     sell([*WINE, sale.name], [*WINE, prefix / "simulator/tellarion.exe"], sale.parent)
     run(*WINE, prefix / "simulator/till.exe", "sale", cwd=sale.parent, env={"TLLOGS": "logs"})
     assert "SALE-1" in run(*WINE, prefix / "bin/tllog.exe", "sales", "logs", cwd=sale.parent)
@@ -385,7 +392,8 @@ def tells_its_place(data):
 
 
 def test_contents():
-    """Each says that no licence was chosen, and nothing in it tells where it was built."""
+    """Each says that no licence was chosen, nothing in it tells where it was built, and the simulated device is
+    only where no shop's till looks for the real one."""
     (SCRATCH / "contents").mkdir()
     packages = sorted(DIST.iterdir())
     assert len(packages) == 8, packages
@@ -395,6 +403,7 @@ def test_contents():
                    for name, data in files.items()), f"{path.name} says nothing of a licence"
         for name, data in files.items():
             assert not tells_its_place(data), f"{path.name}: {tells_its_place(data)} in {name}"
+            assert "Ostrivane" not in name or "/simulator/" in name, f"{path.name}: {name}"
             assert "__pycache__" not in name and not name.endswith((".pyc", ".debug")), f"{path.name}: {name}"
 
 
@@ -406,8 +415,11 @@ def test_packed_again():
     """By somebody else in another country: nothing differs."""
     work = place("again")
     elsewhere = {"TZ": "Pacific/Chatham", "LC_ALL": "C", "LANG": "sv_SE", "TMPDIR": str(work)}
+    others = place("again/dist") / "tllogics.txt"
+    others.touch()
     run("sh", "-c", f'umask 077; exec "$0" --linux "{LINUX}" --windows "{WINDOWS}" --dist dist',
         ROOT / "scripts/package.py", cwd=work, env=elsewhere)
+    others.unlink()  # it was not theirs to remove
     first, second = digests(DIST), digests(work / "dist")
     assert first == second, [name for name in {**first, **second} if first.get(name) != second.get(name)]
 

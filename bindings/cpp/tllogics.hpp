@@ -21,6 +21,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -90,9 +91,9 @@ struct [[nodiscard]] ExtInfoResult : Result {
 
 struct [[nodiscard]] LevelWarningInfoResult : Result {
     std::int32_t warningType = 0;
-    std::string typeString;
-    std::string denominationString;
-    std::string warningMessage;
+    std::string chTypeString;
+    std::string chDenominationString;
+    std::string chWarningMessage;
     std::string extInfo;
 };
 
@@ -133,9 +134,11 @@ namespace detail {
 
 /// What the one Session of a process shares with the events. Never destroyed: events may come until exitTL.
 struct Process {
-    std::mutex mutex; // for the two below
+    std::mutex mutex; // for the three below
     bool hasSession = false;
     std::shared_ptr<const Handlers> handlers;
+    int eventsUnderWay = 0;
+    std::condition_variable anEventIsOver;
     std::atomic<bool> isCalling{false};
 };
 
@@ -177,17 +180,29 @@ void raise(const char* event, Values... values) noexcept
     {
         const std::lock_guard<std::mutex> lock(process().mutex);
         handlers = process().handlers;
+        ++process().eventsUnderWay;
     }
-    if (!handlers || !((*handlers).*handler))
-        return;
     ++eventDepth();
     try {
-        ((*handlers).*handler)(values...);
+        if (handlers && (*handlers).*handler)
+            ((*handlers).*handler)(values...);
     } catch (...) {
         tellOfException(*handlers, event);
     }
     handlers.reset(); // may be the last to hold them, if the event ended the Session
     --eventDepth();
+    const std::lock_guard<std::mutex> lock(process().mutex);
+    --process().eventsUnderWay;
+    process().anEventIsOver.notify_all();
+}
+
+/// exitTL waits for an event that runs, but not for the one that it is called in.
+inline void awaitEvents()
+{
+    if (eventDepth() > 0)
+        return;
+    std::unique_lock<std::mutex> lock(process().mutex);
+    process().anEventIsOver.wait(lock, [] { return process().eventsUnderWay == 0; });
 }
 
 inline void statusEvent(std::int32_t amountOrRest, std::uint16_t nStatus, std::uint16_t nMode)
@@ -367,6 +382,7 @@ public:
                 ::exitTL(message);
         }
         release();
+        detail::awaitEvents();
     }
 
     Session(const Session&) = delete;
@@ -382,8 +398,10 @@ public:
             closing.logout = logoutTL();
         if (m_isInitiated)
             closing.exit = exitTL();
-        if (!m_isInitiated)
+        if (!m_isInitiated) {
             release();
+            detail::awaitEvents();
+        }
         return closing;
     }
 
@@ -677,9 +695,9 @@ public:
         const std::int16_t status =
             ::getLevelWarningInfoTL(&warningType, typeString, denominationString, warningMessage, extInfo);
         call.answer.warningType = warningType;
-        call.answer.typeString = typeString;
-        call.answer.denominationString = denominationString;
-        call.answer.warningMessage = warningMessage;
+        call.answer.chTypeString = typeString;
+        call.answer.chDenominationString = denominationString;
+        call.answer.chWarningMessage = warningMessage;
         call.answer.extInfo = extInfo;
         return call.done(status);
     }
@@ -713,11 +731,11 @@ private:
                       std::vector<CashCountRecord> notes, Make&& make)
     {
         auto call = begin<Answer>(name);
-        // More kinds of money than a device holds, so that nothing fails once it has paid.
-        constexpr std::size_t KINDS = 64;
+        // More kinds of money than a device's answer names, so that nothing fails once it has paid.
+        constexpr std::size_t KINDS = 256;
         for (auto [given, left] :
              {std::pair(&coins, &call.answer.coins), std::pair(&notes, &call.answer.notes)}) {
-            left->reserve(std::max(KINDS, given->size()));
+            left->reserve((std::max)(KINDS, given->size())); // windows.h may have a macro
             left->assign(given->begin(), given->end());
         }
         detail::Array coinArray(coins);

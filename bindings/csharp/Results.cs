@@ -200,7 +200,8 @@ namespace Tllogics
         public string info { get; }
     }
 
-    /// <summary>What a call that hands out coins and notes answered; empty arrays where it hands out none.</summary>
+    /// <summary>What a call that hands out coins and notes answered: the arrays as they stand after it, so what
+    /// dispenseSpecifiedTL was given if it handed out nothing.</summary>
     public class CashResult : Result
     {
         internal CashResult(Result result, CashCountRecord[] coins, CashCountRecord[] notes) : base(result)

@@ -44,6 +44,7 @@ namespace Tllogics
                 throw new InvalidOperationException("Another session is not closed yet, and a process has one.");
             Events.Current = events;
             AppDomain.CurrentDomain.ProcessExit += Leave;
+            AppDomain.CurrentDomain.DomainUnload += Leave;
         }
 
         /// <summary>A handler threw, on the thread it ran on. Nothing of it reaches the library.</summary>
@@ -77,6 +78,7 @@ namespace Tllogics
                     Events.Current = null;
                     closing = Array.FindAll(new[] { logout, exit }, result => result != null);
                     AppDomain.CurrentDomain.ProcessExit -= Leave;
+                    AppDomain.CurrentDomain.DomainUnload -= Leave;
                     Interlocked.CompareExchange(ref live, null, this);
                 }
                 return (Result[])closing.Clone();
@@ -506,14 +508,16 @@ namespace Tllogics
             }
         }
 
-        /// <summary>A process that ends with the link open can hang: the run-time stops the thread that an event comes
-        /// on, and the device's library waits for it.</summary>
+        /// <summary>A process that ends with the link open can hang or crash: the run-time stops the thread that an
+        /// event comes on, and the device's library waits for it, or raises the next one. So does an AppDomain that is
+        /// unloaded.</summary>
         private void Leave(object sender, EventArgs arguments)
         {
-            if (!initiated || !Monitor.TryEnter(turn, 1000))
-                return;
-            Exit();
-            Monitor.Exit(turn);
+            bool isFree = Monitor.TryEnter(turn, 1000);
+            if (initiated)
+                Exit(); // overtakes a call that is under way
+            if (isFree)
+                Monitor.Exit(turn);
         }
 
         private Result Exit()
@@ -576,8 +580,7 @@ namespace Tllogics
 
             internal CashResult Of(Result result)
             {
-                return new CashResult(result, HandedOut(Coins, givenCoins, CoinCount),
-                                      HandedOut(Notes, givenNotes, NoteCount));
+                return new CashResult(result, Records(Coins, CoinCount), Records(Notes, NoteCount));
             }
 
             public void Dispose()
@@ -603,9 +606,9 @@ namespace Tllogics
                 return array;
             }
 
-            private static CashCountRecord[] HandedOut(IntPtr array, IntPtr given, int count)
+            private static CashCountRecord[] Records(IntPtr array, int count)
             {
-                var records = new CashCountRecord[array == given ? 0 : count];
+                var records = new CashCountRecord[count];
                 for (int i = 0; i < records.Length; ++i)
                     records[i] = (CashCountRecord)Marshal.PtrToStructure(IntPtr.Add(array, i * size),
                                                                          typeof(CashCountRecord));

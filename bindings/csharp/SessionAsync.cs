@@ -168,6 +168,9 @@ namespace Tllogics
             short type, CashCountRecord[] coins, CashCountRecord[] notes, string transactionId,
             CancellationToken cancellation = default(CancellationToken))
         {
+            // As they are now: the caller may use its arrays again before the call begins.
+            coins = (CashCountRecord[])coins?.Clone();
+            notes = (CashCountRecord[])notes?.Clone();
             return Queued(() => dispenseSpecifiedTL(type, coins, notes, transactionId), cancellation);
         }
 

@@ -157,6 +157,7 @@ internal static class BindingTest
                 object again = task.GetType().GetProperty("Result").GetValue(task, null);
                 Check.Equal(result.ToString(), again.ToString(), "queued");
             }
+            Check.Equal(3, session.dispenseSpecifiedTL(0, null, new[] { Pieces(100, 3) }, "").notes[0].nCount, "given");
             Check.Equal(0, session.Close().Length, "nothing to close");
         }
         Check.Equal(0, queued.Count, "queued calls of no function");
@@ -193,16 +194,19 @@ internal static class BindingTest
             CashResult after = Till.Done(session.completeCashCountTL());
             Check.Equal(2300, Value(after.coins, after.notes) - Value(before.coins, before.notes), "kept");
 
-            // The arrays that are given stay as they are, and what could not be paid comes back.
+            // What could not be paid comes back.
             Till.Done(session.disablePayinTL());
             till.Await(3);
             Hand.tlsim_stick(100, 200);
             var coins = new[] { Pieces(100, 3) };
-            CashRestResult left = session.dispenseSpecifiedTL(1, coins, new[] { Pieces(2000, 1) }, null);
+            Hand.AnswerAfter(300);
+            session.askPayoutTLAsync(100);
+            var paying = session.dispenseSpecifiedTLAsync(1, coins, new[] { Pieces(2000, 1) }, null);
+            coins[0].nCount = 2; // too late for the call that waits
+            CashRestResult left = paying.Result;
             Check.Equal(TL_STATUS_FAILED_TO_COMPLY, left.Status, left.ToString());
             Check.Equal(Money.Yes, left.Money, left.ToString());
             Check.Equal("300 3 0", left.amountRest + " " + left.coins[0].nCount + " " + left.notes.Length, "left");
-            Check.Equal(3, coins[0].nCount, "given");
             till.Await(3);
             Check.Equal(1, Hand.tlsim_balances(), "balances");
             Result[] closed = session.Close();
@@ -300,14 +304,27 @@ internal static class BindingTest
         collector.Join();
     }
 
-    /// <summary>The process ends in the middle of an event, the session still open.</summary>
+    /// <summary>The session's AppDomain is unloaded, and another's process ends in the middle of an event.</summary>
     private static void leaving()
     {
+        AppDomain domain = AppDomain.CreateDomain("other");
+        domain.DoCallBack(() => new Till());
+        AppDomain.Unload(domain);
+        Check.Equal("end exitTL", Logged().Last(), "an open link would call what is gone");
         Hand.Configure();
         var till = new Till { Hears = heard => Thread.Sleep(200) };
         Hand.Tell("Event 001");
         Hand.Tell("Event 002");
         Check.Within(10, () => till.HeardOf("Event 001") == 1, "event");
+    }
+
+    /// <summary>The process ends in the middle of a call.</summary>
+    private static void exiting()
+    {
+        Hand.Configure(@"""payOutTime"": 5000");
+        var till = new Till(null, "AutoDisable:1;PayOutOkCheck:1;StatusOkTimeout:2;");
+        till.Session.dispenseTLAsync(100, "");
+        till.Await(1);
     }
 
     private sealed class OneThread : SynchronizationContext

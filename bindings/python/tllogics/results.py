@@ -131,9 +131,9 @@ class ExtInfoResult(Result):
 @dataclass(frozen=True)
 class LevelWarningInfoResult(Result):
     warningType: int
-    typeString: str
-    denominationString: str
-    warningMessage: str
+    chTypeString: str
+    chDenominationString: str
+    chWarningMessage: str
     extInfo: str
 
 

@@ -125,9 +125,12 @@ class Session:
         """logoutTL if a login may have opened the device, exitTL if initTL went well.
 
         Inside an event, where nothing else may be called, exitTL alone. After it every call is refused, and
-        another Session may be made; unless exitTL failed, then it may be called again.
+        another Session may be made; unless exitTL failed, then it may be called again. In a forked child it
+        does nothing: the device is the parent's.
         """
         logout = exited = None
+        if self._process != os.getpid():
+            return Closing()
         if self._isInitiated and self._mayBeOpen and not _isInsideEvent():
             logout = self.logoutTL()
         if self._isInitiated:
@@ -297,9 +300,7 @@ class Session:
         warningType = ctypes.c_int32(1)  # the library refuses 0
         texts = _texts(4)
         outcome = self._call("getLevelWarningInfoTL", ctypes.byref(warningType), *texts, hasMessage=False)
-        typeString, denominationString, warningMessage, extInfo = (self._decoded(text.value) for text in texts)
-        return LevelWarningInfoResult(*outcome, warningType.value, typeString, denominationString, warningMessage,
-                                      extInfo)
+        return LevelWarningInfoResult(*outcome, warningType.value, *(self._decoded(text.value) for text in texts))
 
     # ---- Settings ----
 
@@ -338,6 +339,12 @@ class Session:
             raise Refused(f"{name}: another thread is inside a call")
         try:
             status: int = self._library.functions[name](*values)
+        except BaseException:
+            # Ctrl-C took the answer away, not what was done: closing undoes all that there may be.
+            isOpen = self._library.functions["isOpenTL"]
+            self._isInitiated = isOpen(ctypes.byref(ctypes.c_uint32()), message) == TL_STATUS_OK
+            self._mayBeOpen = self._isInitiated
+            raise
         finally:
             if not overtakes:
                 _Process.calling.release()
@@ -369,9 +376,9 @@ def _texts(count: int) -> Any:
 
 @atexit.register
 def _closeAtExit() -> None:
-    """An event that comes while the interpreter ends would hang or crash it. A forked child leaves it be."""
+    """An event that comes while the interpreter ends would hang or crash it."""
     session = _Process.session
-    if session is None or session._process != os.getpid():
+    if session is None:
         return
     try:
         session.close()

@@ -321,6 +321,7 @@ TEST_F(Cpp, NothingIsCalledInsideAnEventButTheExit)
     std::vector<std::string> heard; // the events' thread alone writes it
     std::atomic<bool> shallEnd{false};
     std::atomic<bool> hasEnded{false};
+    std::atomic<bool> isOver{false};
     on.onStatus = [&](int amount, int value, int mode) {
         status.heard(amount, value, mode);
         heard.push_back(refusalOf([&] { return till->isOpenTL(); }));
@@ -329,6 +330,8 @@ TEST_F(Cpp, NothingIsCalledInsideAnEventButTheExit)
             EXPECT_FALSE(closing.logout);
             EXPECT_EQ(TL_STATUS_OK, closing.exit->status);
             hasEnded = true;
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+            isOver = true;
         }
     };
     Session session(on);
@@ -357,6 +360,7 @@ TEST_F(Cpp, NothingIsCalledInsideAnEventButTheExit)
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     ASSERT_TRUE(hasEnded);
     EXPECT_FALSE(session.close().exit);
+    EXPECT_TRUE(isOver);
     ASSERT_FALSE(heard.empty());
     for (const std::string& why : heard)
         EXPECT_EQ("isOpenTL: not from inside an event", why);

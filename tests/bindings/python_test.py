@@ -10,6 +10,7 @@ import tempfile
 import threading
 import time
 import unittest
+import unittest.mock
 
 SOURCE, BUILD = (os.path.abspath(path) for path in sys.argv[1:3])
 sys.path.insert(0, os.path.join(SOURCE, "bindings", "python"))
@@ -249,6 +250,23 @@ class PythonTest(unittest.TestCase):
         with self.assertRaises(tllogics.StatusError) as raised:
             closing.logout.check()
         self.assertIs(closing.logout, raised.exception.result)
+
+    def test_an_interrupted_call_is_closed_like_any_other(self):
+        for name, closed in (("initTL", (5, 0)), ("loginTL", (0, 0)), ("exitTL", (None, None))):
+            till = self.till()
+            functions = till.session._library.functions
+
+            def interrupted(*values, function=functions[name]):
+                function(*values)
+                raise KeyboardInterrupt  # which comes when the call is over
+
+            with unittest.mock.patch.dict(functions, {name: interrupted}), self.assertRaises(KeyboardInterrupt):
+                till.log_in().exitTL()
+            if not os.fork():  # a child leaves the device alone
+                os._exit(till.session.close() != tllogics.Closing())
+            self.assertEqual(0, os.wait()[1])
+            closing = till.session.close()
+            self.assertEqual(closed, tuple(result and result.status for result in (closing.logout, closing.exit)))
 
     def test_the_interpreter_may_end_without_closing(self):
         script = ("import sys, tllogics\n"

@@ -202,9 +202,9 @@ namespace Tllogics
 
     /// <summary>What a call that hands out coins and notes answered: the arrays as they stand after it, so what
     /// dispenseSpecifiedTL was given if it handed out nothing.</summary>
-    public class CashResult : Result
+    public class CountResult : Result
     {
-        internal CashResult(Result result, CashCountRecord[] coins, CashCountRecord[] notes) : base(result)
+        internal CountResult(Result result, CashCountRecord[] coins, CashCountRecord[] notes) : base(result)
         {
             this.coins = coins;
             this.notes = notes;
@@ -217,9 +217,9 @@ namespace Tllogics
     }
 
     /// <summary>What collectToCashFloatTL, purgeTL and dispenseSpecifiedTL answered: what was left.</summary>
-    public sealed class CashRestResult : CashResult
+    public sealed class RestArraysResult : CountResult
     {
-        internal CashRestResult(CashResult result, uint amountRest) : base(result, result.coins, result.notes)
+        internal RestArraysResult(CountResult result, uint amountRest) : base(result, result.coins, result.notes)
         {
             this.amountRest = amountRest;
         }

@@ -335,12 +335,12 @@ namespace Tllogics
 
         /// <summary>Moves what is above the cash float out of the drawer. type: 1, or any other value for the device's
         /// other way.</summary>
-        public CashRestResult collectToCashFloatTL(short type, string transactionId)
+        public RestArraysResult collectToCashFloatTL(short type, string transactionId)
         {
             uint rest = 0;
             byte[] id = Bytes(transactionId);
             using (Cash cash = new Cash(library.free, null, null))
-                return new CashRestResult(
+                return new RestArraysResult(
                     cash.Of(Call((Library.Cash f, byte[] m) => f(type, ref cash.Coins, ref cash.CoinCount,
                                                                  ref cash.Notes, ref cash.NoteCount, out rest, id, m))),
                     rest);
@@ -360,12 +360,12 @@ namespace Tllogics
         }
 
         /// <summary>Empties the device, or a part of it: number is passed on.</summary>
-        public CashRestResult purgeTL(uint number, string transactionId)
+        public RestArraysResult purgeTL(uint number, string transactionId)
         {
             uint rest = 0;
             byte[] id = Bytes(transactionId);
             using (Cash cash = new Cash(library.free, null, null))
-                return new CashRestResult(
+                return new RestArraysResult(
                     cash.Of(Call((Library.Purge f, byte[] m) => f(number, ref cash.Coins, ref cash.CoinCount,
                                                                   ref cash.Notes, ref cash.NoteCount, out rest, id,
                                                                   m))),
@@ -374,13 +374,13 @@ namespace Tllogics
 
         /// <summary>Pays out exactly the coins and notes given, of which nDenomination and nCount count, and hands out
         /// what was not paid. type is passed on.</summary>
-        public CashRestResult dispenseSpecifiedTL(short type, CashCountRecord[] coins, CashCountRecord[] notes,
+        public RestArraysResult dispenseSpecifiedTL(short type, CashCountRecord[] coins, CashCountRecord[] notes,
                                                   string transactionId)
         {
             uint rest = 0;
             byte[] id = Bytes(transactionId);
             using (Cash cash = new Cash(library.free, coins, notes))
-                return new CashRestResult(
+                return new RestArraysResult(
                     cash.Of(Call((Library.Cash f, byte[] m) => f(type, ref cash.Coins, ref cash.CoinCount,
                                                                  ref cash.Notes, ref cash.NoteCount, out rest, id, m))),
                     rest);
@@ -389,7 +389,7 @@ namespace Tllogics
         // ---- Cash count ----
 
         /// <summary>What the device holds.</summary>
-        public CashResult cashCountTL()
+        public CountResult cashCountTL()
         {
             using (Cash cash = new Cash(library.free, null, null))
                 return cash.Of(Call((Library.Count f, byte[] m) => f(ref cash.Coins, ref cash.CoinCount,
@@ -397,7 +397,7 @@ namespace Tllogics
         }
 
         /// <summary>The same by the device's other command.</summary>
-        public CashResult completeCashCountTL()
+        public CountResult completeCashCountTL()
         {
             using (Cash cash = new Cash(library.free, null, null))
                 return cash.Of(Call((Library.Count f, byte[] m) => f(ref cash.Coins, ref cash.CoinCount,
@@ -578,9 +578,9 @@ namespace Tllogics
                 Notes = givenNotes = Given(notes, out NoteCount);
             }
 
-            internal CashResult Of(Result result)
+            internal CountResult Of(Result result)
             {
-                return new CashResult(result, Records(Coins, CoinCount), Records(Notes, NoteCount));
+                return new CountResult(result, Records(Coins, CoinCount), Records(Notes, NoteCount));
             }
 
             public void Dispose()

@@ -137,7 +137,7 @@ namespace Tllogics
         }
 
         /// <summary><see cref="collectToCashFloatTL"/>, queued.</summary>
-        public Task<CashRestResult> collectToCashFloatTLAsync(
+        public Task<RestArraysResult> collectToCashFloatTLAsync(
             short type, string transactionId, CancellationToken cancellation = default(CancellationToken))
         {
             return Queued(() => collectToCashFloatTL(type, transactionId), cancellation);
@@ -157,14 +157,14 @@ namespace Tllogics
         }
 
         /// <summary><see cref="purgeTL"/>, queued.</summary>
-        public Task<CashRestResult> purgeTLAsync(uint number, string transactionId,
+        public Task<RestArraysResult> purgeTLAsync(uint number, string transactionId,
                                                  CancellationToken cancellation = default(CancellationToken))
         {
             return Queued(() => purgeTL(number, transactionId), cancellation);
         }
 
         /// <summary><see cref="dispenseSpecifiedTL"/>, queued.</summary>
-        public Task<CashRestResult> dispenseSpecifiedTLAsync(
+        public Task<RestArraysResult> dispenseSpecifiedTLAsync(
             short type, CashCountRecord[] coins, CashCountRecord[] notes, string transactionId,
             CancellationToken cancellation = default(CancellationToken))
         {
@@ -175,13 +175,13 @@ namespace Tllogics
         }
 
         /// <summary><see cref="cashCountTL"/>, queued.</summary>
-        public Task<CashResult> cashCountTLAsync(CancellationToken cancellation = default(CancellationToken))
+        public Task<CountResult> cashCountTLAsync(CancellationToken cancellation = default(CancellationToken))
         {
             return Queued(() => cashCountTL(), cancellation);
         }
 
         /// <summary><see cref="completeCashCountTL"/>, queued.</summary>
-        public Task<CashResult> completeCashCountTLAsync(
+        public Task<CountResult> completeCashCountTLAsync(
             CancellationToken cancellation = default(CancellationToken))
         {
             return Queued(() => completeCashCountTL(), cancellation);

@@ -183,7 +183,7 @@ internal static class BindingTest
         {
             Session session = till.Session;
             Check.Equal("03.12", Till.Done(session.infoTL()).master, "master");
-            CashResult before = Till.Done(session.cashCountTL());
+            CountResult before = Till.Done(session.cashCountTL());
             Check.Equal("100 2000", before.coins[0].nDenomination + " " + before.notes[0].nDenomination, "first ones");
             till.PayIn(2);
             Check.True(Till.Done(session.isOpenTL()).open, "open");
@@ -191,7 +191,7 @@ internal static class BindingTest
             Check.Equal(TL_STATUS_NOT_POSSIBLE + " 50", half.Status + " " + half.amountRest, half.ToString());
             RestResult paid = Till.Done(session.amountDueTL(2300, "receipt 1"));
             Check.Equal(Money.Yes, paid.Money, paid.ToString());
-            CashResult after = Till.Done(session.completeCashCountTL());
+            CountResult after = Till.Done(session.completeCashCountTL());
             Check.Equal(2300, Value(after.coins, after.notes) - Value(before.coins, before.notes), "kept");
 
             // What could not be paid comes back.
@@ -203,7 +203,7 @@ internal static class BindingTest
             session.askPayoutTLAsync(100);
             var paying = session.dispenseSpecifiedTLAsync(1, coins, new[] { Pieces(2000, 1) }, null);
             coins[0].nCount = 2; // too late for the call that waits
-            CashRestResult left = paying.Result;
+            RestArraysResult left = paying.Result;
             Check.Equal(TL_STATUS_FAILED_TO_COMPLY, left.Status, left.ToString());
             Check.Equal(Money.Yes, left.Money, left.ToString());
             Check.Equal("300 3 0", left.amountRest + " " + left.coins[0].nCount + " " + left.notes.Length, "left");
@@ -465,7 +465,7 @@ internal static class BindingTest
                 Task<Result> first = session.askPayoutTLAsync(100, cancellation.Token);
                 Task<RestResult> second = session.askPayout2TLAsync(100);
                 Task<RestResult> taken = session.dispenseTLAsync(100, "", cancellation.Token);
-                Task<CashResult> last = session.cashCountTLAsync();
+                Task<CountResult> last = session.cashCountTLAsync();
                 var others = Enumerable.Range(1, 3)
                     .Select(i => Task.Run(() => session.informTotalAmountTL(i))).ToArray();
                 Check.Within(10, () => Logged().Contains("begin askPayoutTL"), "the first one");

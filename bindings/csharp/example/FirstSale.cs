@@ -85,7 +85,7 @@ internal static class FirstSale
             if (!WaitUntil(DeviceIsReady))
                 return -1;
         }
-        CashResult count = session.cashCountTL();
+        CountResult count = session.cashCountTL();
         return Done(count) ? ValueOf(count.coins) + ValueOf(count.notes) : -1;
     }
 

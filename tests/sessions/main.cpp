@@ -2,12 +2,13 @@
 // A line each:
 //   # a comment                            stands in the transcript too
 //   > depositTL "S1"                       calls an export: its parameters in order, "null" for none, a
-//                                          name for what is handed out, 100:5,50:1 for an array
+//                                          name for what is handed out, 100:5,50:1 for an array; "|"
+//                                          stands for the separator
 //   quietly > loginTL 1 2                  and notes the result alone
 //   in an event > exitTL                   inside the next event
 //   device f: 10 a0000050011, 20 ...       what it says on such commands, after ms, or "now" inside the
 //                                          call; "answers 13" are the status characters of its answers;
-//                                          nothing: it stays silent. "|" stands for the separator
+//                                          nothing: it stays silent; "|" as above
 //   device says a0000050001                unasked
 //   device says after 50: a0000050001
 //   device as new                          forgets all that it was told
@@ -59,6 +60,7 @@ std::vector<Word> wordsOf(const std::string& line)
         const std::size_t start = quoted ? at + 1 : at;
         const std::size_t end = std::min(line.find(quoted ? '"' : ' ', start), line.size());
         words.push_back({line.substr(start, end - start), quoted});
+        std::replace(words.back().text.begin(), words.back().text.end(), '|', '\x1C');
         at = quoted ? end + 1 : end;
     }
     return words;

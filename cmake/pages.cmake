@@ -11,6 +11,8 @@ if(NOT CMAKE_SCRIPT_MODE_FILE)
             COMMAND ${CMAKE_COMMAND} "-DSOURCE=${source}" "-DHEADER=${header}" "-DFUNCTION=${function}"
                     "-DFILES=${files}" -P ${TL_PAGES_SCRIPT}
             DEPENDS ${files} ${TL_PAGES_SCRIPT} VERBATIM)
+        # Nothing to debug, and its own path would depend on a compiler's cache.
+        set_source_files_properties(${source} PROPERTIES COMPILE_OPTIONS -g0)
         target_sources(${target} PRIVATE ${source})
     endfunction()
     return()

@@ -12,5 +12,7 @@ const char* const ${name} =
     R\"text(@text@)text\";
 } // namespace ${namespace}
 ")
+    # Nothing to debug, and its own path would depend on a compiler's cache.
+    set_source_files_properties(${source} PROPERTIES COMPILE_OPTIONS -g0)
     set(${variable} ${source} PARENT_SCOPE)
 endfunction()

@@ -107,8 +107,8 @@ class Array:
 
     def __init__(self, library: Library, records: Sequence[CashCountRecord]) -> None:
         self._library = library
-        self._records = list(records)
-        self._given = (Record * len(records))(*(Record(*fitting(record)) for record in records))
+        self._records = [CashCountRecord(*record) for record in records]
+        self._given = (Record * len(records))(*(Record(*fitting(record)) for record in self._records))
         self._pointer = POINTER(Record)()
         if records:
             self._pointer = ctypes.cast(self._given, POINTER(Record))

@@ -430,7 +430,9 @@ def test_built_again():
     """The library of the same source, which lies elsewhere, to the byte: the one for Windows, where tools like to
     leave the time. Both tell nobody where they were built."""
     for library in (LINUX / "libtllogics.so.1", WINDOWS / "tllogics.dll"):
-        assert not tells_its_place(library.with_name(library.name + ".debug").read_bytes()), library.name
+        debug = library.with_name(library.name + ".debug").read_bytes()
+        # A compiler's cache makes paths relative.
+        assert not tells_its_place(debug) and b"\0../" not in debug, library.name
     work = place("another/directory")
     shutil.copytree(ROOT, work / "source", symlinks=True,
                     ignore=lambda _, names: {"build", "dist", ".git"}.intersection(names))

@@ -304,10 +304,11 @@ def test_nupkg():
     project = place("nupkg/project")
     for copied in ("lib/net45/Tllogics.dll", "runtimes/linux-x64/native/libtllogics.so.1"):
         shutil.copy(work / copied, project)
+    sources = list((work / "contentFiles/cs/netstandard2.0").rglob("*.cs"))
     run("mcs", "-langversion:7", "-r:Tllogics.dll", "-out:Sale.exe", example, cwd=project)
-    sell(["mono", "Sale.exe"], [LINUX / "tellarion"], project, {"LD_LIBRARY_PATH": str(installed_simulator())})
-    run("mcs", "-langversion:7", "-warnaserror", "-out:FromSource.exe", example,
-        *(work / "contentFiles/cs/netstandard2.0").rglob("*.cs"), cwd=project)
+    run("mcs", "-langversion:7", "-warnaserror", "-out:FromSource.exe", example, *sources, cwd=project)
+    for program in ("Sale.exe", "FromSource.exe"):
+        sell(["mono", program], [LINUX / "tellarion"], project, {"LD_LIBRARY_PATH": str(installed_simulator())})
 
 
 def test_nupkg_for_windows():

@@ -1,37 +1,13 @@
 // What becomes of a call, a message and the log when there is no memory: no exception, and never a "Done"
 // that isn't.
 #include "library_test.h"
+#include "scarce_memory.h"
 
 #include "events/decoder.h"
 #include "events/event_slots.h"
 #include "logic/ctllogics.h"
 
 #include <cstdlib>
-#include <new>
-
-namespace {
-
-int allocationsLeft = -1; // negative: no end
-
-} // namespace
-
-void* operator new(std::size_t size)
-{
-    void* const memory = allocationsLeft == 0 ? nullptr : std::malloc(size);
-    if (memory == nullptr)
-        throw std::bad_alloc();
-    if (allocationsLeft > 0)
-        --allocationsLeft;
-    return memory;
-}
-void operator delete(void* memory) noexcept
-{
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept
-{
-    std::free(memory);
-}
 
 namespace {
 

@@ -1,5 +1,6 @@
 // The C++ binding on the simulated device.
 #include "environment.h"
+#include "scarce_memory.h"
 #include "scratch.h"
 
 #include "simulator/tellarion_simulator.h"
@@ -23,30 +24,6 @@ using tllogics::Refused;
 using tllogics::Session;
 
 std::string refusalOfASession(); // in another translation unit
-
-namespace {
-
-thread_local int allocationsLeft = -1; // negative: no end
-
-} // namespace
-
-void* operator new(std::size_t size)
-{
-    void* const memory = allocationsLeft == 0 ? nullptr : std::malloc(size);
-    if (memory == nullptr)
-        throw std::bad_alloc();
-    if (allocationsLeft > 0)
-        --allocationsLeft;
-    return memory;
-}
-void operator delete(void* memory) noexcept
-{
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept
-{
-    std::free(memory);
-}
 
 namespace {
 

@@ -254,6 +254,13 @@ def write_archives(dist, linux, windows, work):
                      "lib/tllogics.lib": (work / "tllogics.lib").read_bytes()}, "", f"{name}/"))
 
 
+# ---- Packages of one language ----
+
+def readme(language):
+    """That of its binding, without links to pages that aren't in its package."""
+    return re.sub(r"\[([^\]]*)\]\((?!https?:)[^)]*\)", r"\1", text(f"bindings/{language}/README.md").decode())
+
+
 # ---- NuGet ----
 
 NUSPEC = """<?xml version="1.0" encoding="utf-8"?>
@@ -331,11 +338,11 @@ def write_nupkg(dist, libraries, work):
     properties = f"package/services/metadata/core-properties/{hashlib.md5(VERSION.encode()).hexdigest()}.psmdcp"
     files = {"Tllogics.nuspec": NUSPEC.format(**words), properties: CORE_PROPERTIES.format(**words),
              "_rels/.rels": RELATIONSHIPS.format(properties=properties),
-             "build/net45/Tllogics.targets": TARGETS,
+             "build/net45/Tllogics.targets": TARGETS, "buildTransitive/net45/Tllogics.targets": TARGETS,
              # Newer run-times compile the source, and take no assembly.
              "lib/netstandard2.0/_._": "", "contentFiles/cs/net45/_._": ""}
     files = {name: content.encode() for name, content in files.items()}
-    files["README.md"] = text("bindings/csharp/README.md")
+    files["README.md"] = readme("csharp").encode()
     for name in ("Tllogics.dll", "Tllogics.xml"):
         files[f"lib/net45/{name}"] = (work / name).read_bytes()
     for source in sorted((ROOT / "bindings/csharp").glob("*.cs")):
@@ -365,11 +372,10 @@ def write_wheel(dist, tag, name, library, parts):
              if path.suffix in (".py", ".pyi", ".typed")}
     files[f"tllogics/{name}"] = library
     files.update(notices(parts, info))
-    readme = text("bindings/python/README.md").decode()
     files[info + "METADATA"] = (
         f"Metadata-Version: 2.1\nName: tllogics\nVersion: {VERSION}\nSummary: {SUMMARY}\nAuthor: {AUTHORS}\n"
         "License: none has been chosen by the owner\nRequires-Python: >=3.7\n"
-        f"Description-Content-Type: text/markdown\n\n{readme}").encode()
+        f"Description-Content-Type: text/markdown\n\n{readme('python')}").encode()
     files[info + "WHEEL"] = (f"Wheel-Version: 1.0\nGenerator: tllogics ({VERSION})\nRoot-Is-Purelib: false\n"
                              f"Tag: py3-none-{tag}\n").encode()
 

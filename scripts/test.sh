@@ -27,7 +27,8 @@ run_preset()
     cmake --preset "$1" >"$log" 2>&1 || { cat "$log"; return 1; }
     cmake --build --preset "$1" -j "$jobs" -- -k 0 || return 1
     rm -f "$report"
-    ctest --preset "$1" -j "$jobs" --output-junit "$report"
+    # Tests wait for a device most of their time.
+    ctest --preset "$1" -j $((2 * jobs)) --output-junit "$report"
     [ -s "$report" ] || return 1
     # A test that did not run has shown nothing.
     stage_failed=$(($(attribute failures) + $(attribute skipped) + $(attribute disabled)))

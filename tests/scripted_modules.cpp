@@ -32,7 +32,7 @@ void put(const std::string& text, char* buffer)
 
 void noteCall(const std::string& call)
 {
-    ostrivane().calls.push_back(call);
+    note(ostrivane().calls, call);
     if (ostrivane().onCall)
         ostrivane().onCall(call);
 }
@@ -80,6 +80,7 @@ platform::Module platform::loadModule(const char* name)
 {
     if (std::string(name) != "Ostrivane" || !ostrivane().canBeLoaded)
         return nullptr;
+    const std::lock_guard lock(noted);
     ++ostrivane().references;
     if (ostrivane().onCall)
         ostrivane().onCall("load");
